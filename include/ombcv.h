@@ -1,0 +1,85 @@
+/* ombcv: computer-vision primitives on caller-owned images.
+ *
+ * Every image argument is a pointer to the first pixel of the region of
+ * interest (ROI), a row step in bytes and the ROI size. Each function checks
+ * its arguments in a fixed order (null pointers, sizes, steps against width,
+ * step alignment, channel of interest, parameters), returns the status of the
+ * first failed check without writing anything, and otherwise does its work.
+ * Compiles as C99 and as C++. */
+#ifndef OMBCV_H
+#define OMBCV_H
+
+#include "ombtypes.h"
+#include "ombcore.h"
+
+OMB_EXTERN_C_BEGIN
+
+/* ---- Library service ---------------------------------------------------- */
+
+/* The static, read-only version record; the same address on every call. */
+OMB_API const OmbLibraryVersion* ombcvGetLibVersion(void);
+
+/* ---- Differences, accumulation and motion history ---------------------- */
+
+/* Absolute difference: 8u as the sum of the two saturating differences, 16u exactly,
+ * 32f as a - b with the sign bit cleared. */
+OMB_API OmbResult ombiAbsDiff_8u_C1R(const Omb8u* pSrc1, int src1Step, const Omb8u* pSrc2, int src2Step, Omb8u* pDst, int dstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAbsDiff_16u_C1R(const Omb16u* pSrc1, int src1Step, const Omb16u* pSrc2, int src2Step, Omb16u* pDst, int dstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAbsDiff_32f_C1R(const Omb32f* pSrc1, int src1Step, const Omb32f* pSrc2, int src2Step, Omb32f* pDst, int dstStep, OmbRoiSize roiSize);
+
+/* Absolute difference with a constant; integer constants are clamped to the
+ * range of the pixel type first. */
+OMB_API OmbResult ombiAbsDiffC_8u_C1R(const Omb8u* pSrc, int srcStep, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, int value);
+OMB_API OmbResult ombiAbsDiffC_16u_C1R(const Omb16u* pSrc, int srcStep, Omb16u* pDst, int dstStep, OmbRoiSize roiSize, int value);
+OMB_API OmbResult ombiAbsDiffC_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb32f value);
+
+/* Accumulation into a 32f image, each operation rounded to single precision:
+ * d = d + s. Masked forms rewrite every pixel as d + (m ? s : 0). */
+OMB_API OmbResult ombiAdd_8u32f_C1IR(const Omb8u* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAdd_8s32f_C1IR(const Omb8s* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAdd_16u32f_C1IR(const Omb16u* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAdd_8u32f_C1IMR(const Omb8u* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAdd_8s32f_C1IMR(const Omb8s* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAdd_16u32f_C1IMR(const Omb16u* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAdd_32f_C1IMR(const Omb32f* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+
+/* d = d + s*s; masked: d + (m ? s*s : 0). */
+OMB_API OmbResult ombiAddSquare_8u32f_C1IR(const Omb8u* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddSquare_8s32f_C1IR(const Omb8s* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddSquare_16u32f_C1IR(const Omb16u* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddSquare_32f_C1IR(const Omb32f* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddSquare_8u32f_C1IMR(const Omb8u* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddSquare_8s32f_C1IMR(const Omb8s* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddSquare_16u32f_C1IMR(const Omb16u* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddSquare_32f_C1IMR(const Omb32f* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+
+/* d = d + s1*s2; masked: d + (m ? s1*s2 : 0). */
+OMB_API OmbResult ombiAddProduct_8u32f_C1IR(const Omb8u* pSrc1, int src1Step, const Omb8u* pSrc2, int src2Step, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddProduct_8s32f_C1IR(const Omb8s* pSrc1, int src1Step, const Omb8s* pSrc2, int src2Step, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddProduct_16u32f_C1IR(const Omb16u* pSrc1, int src1Step, const Omb16u* pSrc2, int src2Step, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddProduct_32f_C1IR(const Omb32f* pSrc1, int src1Step, const Omb32f* pSrc2, int src2Step, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddProduct_8u32f_C1IMR(const Omb8u* pSrc1, int src1Step, const Omb8u* pSrc2, int src2Step, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddProduct_8s32f_C1IMR(const Omb8s* pSrc1, int src1Step, const Omb8s* pSrc2, int src2Step, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddProduct_16u32f_C1IMR(const Omb16u* pSrc1, int src1Step, const Omb16u* pSrc2, int src2Step, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+OMB_API OmbResult ombiAddProduct_32f_C1IMR(const Omb32f* pSrc1, int src1Step, const Omb32f* pSrc2, int src2Step, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize);
+
+/* Running average d = d + (s - d)*alpha; masked: d + (s - d)*(m ? alpha : 0),
+ * so an infinite d becomes NaN where the mask is zero. */
+OMB_API OmbResult ombiAddWeighted_8u32f_C1IR(const Omb8u* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize, Omb32f alpha);
+OMB_API OmbResult ombiAddWeighted_8s32f_C1IR(const Omb8s* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize, Omb32f alpha);
+OMB_API OmbResult ombiAddWeighted_16u32f_C1IR(const Omb16u* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize, Omb32f alpha);
+OMB_API OmbResult ombiAddWeighted_32f_C1IR(const Omb32f* pSrc, int srcStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize, Omb32f alpha);
+OMB_API OmbResult ombiAddWeighted_8u32f_C1IMR(const Omb8u* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize, Omb32f alpha);
+OMB_API OmbResult ombiAddWeighted_8s32f_C1IMR(const Omb8s* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize, Omb32f alpha);
+OMB_API OmbResult ombiAddWeighted_16u32f_C1IMR(const Omb16u* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize, Omb32f alpha);
+OMB_API OmbResult ombiAddWeighted_32f_C1IMR(const Omb32f* pSrc, int srcStep, const Omb8u* pMask, int maskStep, Omb32f* pSrcDst, int srcDstStep, OmbRoiSize roiSize, Omb32f alpha);
+
+/* Motion history: moving pixels become timestamp; the others are cleared
+ * when below timestamp - mhiDuration. mhiDuration negative or NaN gives -11. */
+OMB_API OmbResult ombiUpdateMotionHistory_8u32f_C1IR(const Omb8u* pSilhouette, int silhouetteStep, Omb32f* pMHI, int mhiStep, OmbRoiSize roiSize, Omb32f timestamp, Omb32f mhiDuration);
+OMB_API OmbResult ombiUpdateMotionHistory_16u32f_C1IR(const Omb16u* pSilhouette, int silhouetteStep, Omb32f* pMHI, int mhiStep, OmbRoiSize roiSize, Omb32f timestamp, Omb32f mhiDuration);
+OMB_API OmbResult ombiUpdateMotionHistory_32f_C1IR(const Omb32f* pSilhouette, int silhouetteStep, Omb32f* pMHI, int mhiStep, OmbRoiSize roiSize, Omb32f timestamp, Omb32f mhiDuration);
+
+OMB_EXTERN_C_END
+
+#endif /* OMBCV_H */

@@ -1,0 +1,75 @@
+/* Shared types, status codes and the export marker of the ombcv libraries.
+ * Compiles as C99 and as C++. */
+#ifndef OMBTYPES_H
+#define OMBTYPES_H
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#  define OMB_API
+#elif defined(__GNUC__) || defined(__clang__)
+#  define OMB_API __attribute__((visibility("default")))
+#else
+#  define OMB_API
+#endif
+
+#ifdef __cplusplus
+#  define OMB_EXTERN_C_BEGIN extern "C" {
+#  define OMB_EXTERN_C_END }
+#else
+#  define OMB_EXTERN_C_BEGIN
+#  define OMB_EXTERN_C_END
+#endif
+
+/* Pixel types. */
+typedef uint8_t Omb8u;
+typedef int8_t Omb8s;
+typedef uint16_t Omb16u;
+typedef int16_t Omb16s;
+typedef int32_t Omb32s;
+typedef float Omb32f;
+typedef double Omb64f;
+
+/* Geometry. OmbRoiSize is always passed by value, width first. */
+typedef struct { int width; int height; } OmbRoiSize;
+typedef struct { int x; int y; } OmbPoint;
+typedef struct { Omb32f x; Omb32f y; } OmbPoint32f;
+typedef struct { int x; int y; int width; int height; } OmbRect;
+
+/* Status of every call: 0 success, negative error (nothing useful was
+ * written), positive warning (the result is complete, with a caveat). */
+typedef enum {
+  ombResultNotSupportedMode = -9999,
+  ombResultMisalignedStep = -108,
+  ombResultBadMetric = -56,
+  ombResultBadChannelCount = -53,
+  ombResultBadChannelOfInterest = -52,
+  ombResultBadAnchor = -34,
+  ombResultBadMaskSize = -33,
+  ombResultBadStep = -14,
+  ombResultBadDataType = -12,
+  ombResultOutOfRange = -11,
+  ombResultNoMemory = -9,
+  ombResultNullPointer = -8,
+  ombResultBadSize = -6,
+  ombResultBadArgument = -5,
+  ombResultError = -2,
+  ombResultOk = 0,
+  ombResultSqrtNegativeWarning = 3,
+  ombResultDivByZeroWarning = 6,
+  ombResultKernelNotSymmetricWarning = 38
+} OmbResult;
+
+/* The static version record returned by ombcvGetLibVersion. */
+typedef struct {
+  int versionMajor;
+  int versionMinor;
+  int buildMajor;
+  int buildNumber;
+  char cpuCode[4];
+  const char* libraryName;
+  const char* versionText;
+  const char* buildDateText;
+} OmbLibraryVersion;
+
+#endif /* OMBTYPES_H */
