@@ -1,0 +1,196 @@
+#!/usr/bin/env python3
+"""Table of omb_bench results and the check of the required figures.
+
+Runs the benchmark binary with JSON output, or reads JSON files written
+earlier (--benchmark_out=FILE or --benchmark_format=json), and prints one
+row per benchmark: MPix/s, GB/s (bytes read plus written), the reference
+copy's GB/s and of_copy (kernel bytes/s over copy bytes/s). With
+--benchmark_repetitions the row shows the median of the repetitions and the
+range of of_copy across them.
+
+Then one PASS/FAIL line for each required figure (1920x1080, 1 thread).
+
+Examples:
+  bench/report.py                                  # run the whole suite
+  bench/report.py --benchmark_filter='1920x1080/threads:1$' \\
+                  --benchmark_repetitions=3        # extra flags go to the binary
+  bench/report.py --json results.json              # read a saved run
+  bench/report.py --strict ...                     # exit 1 when a figure fails
+"""
+
+import argparse
+import json
+import os
+import statistics
+import subprocess
+import sys
+
+REQUIRED_SIZE = "1920x1080/threads:1"
+
+# (function, minimum of_copy) at REQUIRED_SIZE.
+REQUIRED = [
+    ("ombiAbsDiff_8u_C1R", 0.90),
+    ("ombiAbsDiff_32f_C1R", 0.90),
+    ("ombiAdd_8u32f_C1IR", 0.90),
+    ("ombiAddWeighted_8u32f_C1IR", 0.90),
+    ("ombiUpdateMotionHistory_8u32f_C1IR", 0.90),
+    ("ombiAdd_8u32f_C1IMR", 0.75),
+    ("ombiAddWeighted_8u32f_C1IMR", 0.75),
+]
+
+
+def default_binary():
+    repo = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+    for build in ("build-bench", "build"):
+        path = os.path.join(repo, build, "bench", "omb_bench")
+        if os.access(path, os.X_OK):
+            return path
+    return None
+
+
+def run_binary(binary, extra):
+    cmd = [binary, "--benchmark_format=json"] + extra
+    print("running: " + " ".join(cmd), file=sys.stderr)
+    proc = subprocess.run(cmd, stdout=subprocess.PIPE, check=False)
+    if proc.returncode != 0:
+        sys.exit("benchmark binary exited with status %d" % proc.returncode)
+    return [json.loads(proc.stdout)]
+
+
+def base_name(entry):
+    # Harness-suffixed names (other output formats) are folded back.
+    name = entry.get("run_name", entry["name"])
+    return name[: -len("/real_time")] if name.endswith("/real_time") else name
+
+
+class Row:
+    def __init__(self, name):
+        self.name = name
+        self.runs = []  # one dict per repetition
+        self.median = None  # aggregate entry, when only aggregates exist
+        self.error = None
+
+    def value(self, key):
+        if self.runs:
+            vals = [r[key] for r in self.runs if key in r]
+            return statistics.median(vals) if vals else None
+        if self.median is not None:
+            return self.median.get(key)
+        return None
+
+    def of_copy_range(self):
+        vals = [r["of_copy"] for r in self.runs if "of_copy" in r]
+        if len(vals) < 2:
+            return None
+        return min(vals), max(vals)
+
+
+def collect(documents):
+    rows = {}
+    order = []
+    for doc in documents:
+        for entry in doc.get("benchmarks", []):
+            name = base_name(entry)
+            if name not in rows:
+                rows[name] = Row(name)
+                order.append(name)
+            row = rows[name]
+            if entry.get("error_occurred"):
+                row.error = entry.get("error_message", "error")
+            elif entry.get("run_type", "iteration") == "iteration":
+                row.runs.append(entry)
+            elif entry.get("aggregate_name") == "median":
+                row.median = entry
+    return [rows[n] for n in order]
+
+
+def warn_if_busy(documents):
+    # The harness records the load average when a run starts. Other work on
+    # the machine lowers every figure, the two-thread ones most.
+    for doc in documents:
+        context = doc.get("context", {})
+        load = context.get("load_avg") or []
+        if load and load[0] > 0.5:
+            print("warning: load average %.2f at the start of the run (%s, %d cpus);"
+                  " figures may be low" % (load[0], context.get("date", "?"),
+                                           context.get("num_cpus", 0)))
+
+
+def fmt(value, scale, digits):
+    return "-" if value is None else "%.*f" % (digits, value * scale)
+
+
+def print_table(rows):
+    width = max([len("benchmark")] + [len(r.name) for r in rows])
+    header = "%-*s %10s %9s %9s %8s  %s" % (
+        width, "benchmark", "MPix/s", "GB/s", "copy GB/s", "of_copy", "of_copy range")
+    print(header)
+    print("-" * len(header))
+    for r in rows:
+        if r.error:
+            print("%-*s  ERROR: %s" % (width, r.name, r.error))
+            continue
+        spread = r.of_copy_range()
+        print("%-*s %10s %9s %9s %8s  %s" % (
+            width, r.name,
+            fmt(r.value("items_per_second"), 1e-6, 1),
+            fmt(r.value("bytes_per_second"), 1e-9, 2),
+            fmt(r.value("copy_GBps"), 1.0, 2),
+            fmt(r.value("of_copy"), 1.0, 3),
+            "%.3f..%.3f (%d runs)" % (spread[0], spread[1], len(r.runs)) if spread else ""))
+
+
+def check_required(rows):
+    by_name = {r.name: r for r in rows}
+    met = 0
+    print()
+    print("Required figures (%s):" % REQUIRED_SIZE)
+    for function, minimum in REQUIRED:
+        name = "%s/%s" % (function, REQUIRED_SIZE)
+        row = by_name.get(name)
+        value = row.value("of_copy") if row is not None and not row.error else None
+        if value is None:
+            print("  FAIL %-52s not measured (need >= %.2f)" % (name, minimum))
+            continue
+        ok = value >= minimum
+        met += ok
+        print("  %s %-52s of_copy %.3f %s %.2f" % (
+            "PASS" if ok else "FAIL", name, value, ">=" if ok else "<", minimum))
+    print("Required figures met: %d of %d" % (met, len(REQUIRED)))
+    return met == len(REQUIRED)
+
+
+def main():
+    parser = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter,
+        allow_abbrev=False)
+    parser.add_argument("--json", action="append", metavar="FILE",
+                        help="read results from FILE instead of running (repeatable)")
+    parser.add_argument("--binary", default=None,
+                        help="benchmark binary (default: build-bench/bench/omb_bench)")
+    parser.add_argument("--strict", action="store_true",
+                        help="exit with status 1 when a required figure is not met")
+    args, extra = parser.parse_known_args()
+
+    if args.json:
+        documents = []
+        for path in args.json:
+            with open(path, encoding="utf-8") as f:
+                documents.append(json.load(f))
+    else:
+        binary = args.binary or default_binary()
+        if binary is None:
+            sys.exit("no omb_bench binary found; build it or pass --binary/--json")
+        documents = run_binary(binary, extra)
+
+    rows = collect(documents)
+    if not rows:
+        sys.exit("no benchmark results")
+    warn_if_busy(documents)
+    print_table(rows)
+    ok = check_required(rows)
+    return 0 if ok or not args.strict else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
