@@ -21,6 +21,7 @@ Examples:
 import argparse
 import json
 import os
+import signal
 import statistics
 import subprocess
 import sys
@@ -54,6 +55,8 @@ def run_binary(binary, extra):
     proc = subprocess.run(cmd, stdout=subprocess.PIPE, check=False)
     if proc.returncode != 0:
         sys.exit("benchmark binary exited with status %d" % proc.returncode)
+    if not proc.stdout.strip():
+        sys.exit("no benchmark ran (check --benchmark_filter)")
     return [json.loads(proc.stdout)]
 
 
@@ -104,16 +107,24 @@ def collect(documents):
     return [rows[n] for n in order]
 
 
-def warn_if_busy(documents):
-    # The harness records the load average when a run starts. Other work on
-    # the machine lowers every figure, the two-thread ones most.
+def warn_if_busy(documents, rows):
+    # Each copy benchmark's of_copy is the harness's timing of the copy over
+    # the cached reference: about 1 on a quiet machine. Far from 1 means
+    # other work disturbed the run. The load average is only a lagging hint.
     for doc in documents:
         context = doc.get("context", {})
         load = context.get("load_avg") or []
-        if load and load[0] > 0.5:
-            print("warning: load average %.2f at the start of the run (%s, %d cpus);"
-                  " figures may be low" % (load[0], context.get("date", "?"),
-                                           context.get("num_cpus", 0)))
+        if load:
+            print("run of %s: load average %s at start, %d cpus" % (
+                context.get("date", "?"), " ".join("%.2f" % x for x in load),
+                context.get("num_cpus", 0)))
+    checks = [r.value("of_copy") for r in rows
+              if r.name.startswith("copy/") and not r.error]
+    checks = [c for c in checks if c is not None]
+    if checks and (min(checks) < 0.85 or max(checks) > 1.15):
+        print("warning: copy benchmarks range %.2f..%.2f of their reference"
+              " (expected near 1): the machine was probably busy; rerun"
+              % (min(checks), max(checks)))
 
 
 def fmt(value, scale, digits):
@@ -161,6 +172,7 @@ def check_required(rows):
 
 
 def main():
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # quiet under `| head`
     parser = argparse.ArgumentParser(
         description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter,
         allow_abbrev=False)
@@ -186,7 +198,7 @@ def main():
     rows = collect(documents)
     if not rows:
         sys.exit("no benchmark results")
-    warn_if_busy(documents)
+    warn_if_busy(documents, rows)
     print_table(rows)
     ok = check_required(rows)
     return 0 if ok or not args.strict else 1

@@ -89,4 +89,14 @@ double CopyBytesPerSecond(const CopyShape& shape) {
   return it->second;
 }
 
+void WarmUpProcessors(int threads, double seconds) {
+  using Clock = std::chrono::steady_clock;
+  CopyBuffers buffers({std::int64_t{1} << 20, std::int64_t{1} << 20, threads});
+  const Clock::time_point start = Clock::now();
+  while (std::chrono::duration<double>(Clock::now() - start).count() <
+         seconds) {
+    buffers.Run();
+  }
+}
+
 }  // namespace ombbench

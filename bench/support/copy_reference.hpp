@@ -62,4 +62,10 @@ class CopyBuffers {
 // first use, then cached. Thread-safe.
 double CopyBytesPerSecond(const CopyShape& shape);
 
+// Keeps `threads` processors copying for `seconds`. Run once before any
+// measurement: a processor that was idle takes a few hundred milliseconds
+// to reach full speed, and the first reference measured in a process would
+// otherwise come out low.
+void WarmUpProcessors(int threads, double seconds);
+
 }  // namespace ombbench

@@ -9,7 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "support/copy_reference.hpp"
 #include "support/registry.hpp"
+#include "support/threads.hpp"
 
 namespace ombbench {
 namespace {
@@ -36,6 +38,20 @@ const char* FlagValue(int argc, char** argv, const char* name) {
       value = argv[i] + len + 1;
   }
   return value;
+}
+
+// The harness matches --benchmark_filter against the suffixed name, so a
+// pattern anchored with '$' after a plain name would match nothing. Every
+// unescaped '$' is widened to also accept the suffix.
+std::string WidenFilterAnchors(const std::string& filter) {
+  std::string out;
+  for (std::size_t i = 0; i < filter.size(); ++i) {
+    if (filter[i] == '$' && (i == 0 || filter[i - 1] != '\\')) {
+      out += "(/real_time)?";
+    }
+    out += filter[i];
+  }
+  return out;
 }
 
 bool IsTrue(const char* v) {
@@ -75,6 +91,14 @@ int BenchMain(int argc, char** argv, void (*add_families)()) {
                              : IsTrue(color);
 
   std::vector<char*> args(argv, argv + argc);
+  std::string filter_arg;
+  for (char*& arg : args) {
+    static const char kFilter[] = "--benchmark_filter=";
+    if (std::strncmp(arg, kFilter, sizeof kFilter - 1) == 0) {
+      filter_arg = kFilter + WidenFilterAnchors(arg + sizeof kFilter - 1);
+      arg = filter_arg.data();
+    }
+  }
   std::string min_time = std::string("--benchmark_min_time=") + kDefaultMinTime;
   if (FlagValue(argc, argv, "--benchmark_min_time") == nullptr) {
     args.insert(args.begin() + 1, min_time.data());
@@ -86,6 +110,8 @@ int BenchMain(int argc, char** argv, void (*add_families)()) {
 
   add_families();
   RegisterQueued();
+
+  WarmUpProcessors(DefaultThreadCount(), kWarmUpSeconds);
 
   auto display = MakeReporter(format ? format : "console", use_color, tabular);
   std::unique_ptr<benchmark::BenchmarkReporter> file;

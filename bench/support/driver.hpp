@@ -7,7 +7,8 @@
 // reporters here leave that suffix out, so every result is named exactly
 // <function>/<width>x<height>/threads:<n>, on the console and in JSON
 // (--benchmark_format=json, or --benchmark_out=FILE with the default
-// --benchmark_out_format=json).
+// --benchmark_out_format=json). A --benchmark_filter ending in '$' is
+// widened to match the suffixed names the harness filters on.
 #pragma once
 
 namespace ombbench {
@@ -15,6 +16,10 @@ namespace ombbench {
 // Each benchmark runs at least this long unless --benchmark_min_time is
 // given; it keeps the whole suite near a minute on a two-core machine.
 inline constexpr const char* kDefaultMinTime = "0.1";
+
+// All processors copy for this long before the first benchmark (see
+// WarmUpProcessors).
+inline constexpr double kWarmUpSeconds = 0.5;
 
 // Parses the command line, calls add_families() to queue every family's
 // table, registers everything and runs the benchmarks the filter selects.
