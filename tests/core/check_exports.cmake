@@ -1,0 +1,40 @@
+# Fails unless the dynamic symbols that LIB defines are exactly the names
+# declared with OMB_API in HEADER (functions and variables of that header
+# only, not of the headers it includes). Run with cmake -DNM= -DLIB= -DHEADER= -P.
+execute_process(COMMAND ${NM} -D --defined-only ${LIB}
+  OUTPUT_VARIABLE nm_out RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "${NM} failed on ${LIB}")
+endif()
+string(REPLACE "\n" ";" nm_lines "${nm_out}")
+set(exported "")
+foreach(line IN LISTS nm_lines)
+  if(line MATCHES "^[0-9a-fA-F]* *[A-Za-z] ([^ @]+)")
+    list(APPEND exported "${CMAKE_MATCH_1}")
+  endif()
+endforeach()
+
+file(READ ${HEADER} text)
+string(REGEX MATCHALL "OMB_API[^;]*" decls "${text}")
+set(declared "")
+foreach(decl IN LISTS decls)
+  if(decl MATCHES "([A-Za-z_][A-Za-z0-9_]*)[ \t\r\n]*\\(")
+    list(APPEND declared "${CMAKE_MATCH_1}")
+  elseif(decl MATCHES "([A-Za-z_][A-Za-z0-9_]*)[ \t\r\n]*$")
+    list(APPEND declared "${CMAKE_MATCH_1}")
+  endif()
+endforeach()
+
+list(SORT exported)
+list(SORT declared)
+set(missing ${declared})
+list(REMOVE_ITEM missing ${exported})
+set(extra ${exported})
+list(REMOVE_ITEM extra ${declared})
+list(LENGTH declared n_declared)
+list(LENGTH exported n_exported)
+if(n_declared EQUAL 0 OR missing OR extra)
+  message(FATAL_ERROR "${LIB}: ${n_exported} exported, ${n_declared} declared\n"
+    "declared but not exported: ${missing}\nexported but not declared: ${extra}")
+endif()
+message(STATUS "${n_exported} symbols exported as declared in ${HEADER}")
