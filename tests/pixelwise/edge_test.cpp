@@ -40,7 +40,7 @@ void ExpectRepeats(const TestImage<float>& img, const std::vector<float>& want) 
 
 TEST(PixelwiseEdge, AbsDiff32fClearsTheSign) {
   const float pz = 0.0f, nz = -0.0f, nnan = BitsFloat(0xffc00000u);
-  ForEachSimdTarget([&](const char*) {
+  ForEachSimdTarget([&] {
     auto a = Repeat<float>({pz, nz, pz, nz, nnan, -kInf});
     auto b = Repeat<float>({nz, pz, pz, nz, 1.0f, 3.0f});
     TestImage<float> d(67, 1);
@@ -62,7 +62,7 @@ TEST(PixelwiseEdge, AddWeightedWithAlphaOneIsNotAssignment) {
     if (r != s && std::nextafter(r, s) == s) break;
   }
   ASSERT_NE(r, s);
-  ForEachSimdTarget([&](const char*) {
+  ForEachSimdTarget([&] {
     auto src = Repeat<float>({s});
     auto acc = Repeat<float>({d});
     ASSERT_EQ(ombiAddWeighted_32f_C1IR(src.Roi(), src.Step(), acc.Roi(), acc.Step(), acc.Size(), 1.0f), 0);
@@ -81,7 +81,7 @@ TEST(PixelwiseEdge, AddWeightedWithZeroWeight) {
   TestImage<Omb8u> src(67, 1), mask(67, 1);
   FillRandom(src, rng, 0.2);
   for (int x = 0; x < 67; ++x) mask.Set(x, 0, 0);
-  ForEachSimdTarget([&](const char*) {
+  ForEachSimdTarget([&] {
     auto masked = Repeat(values);
     ASSERT_EQ(ombiAddWeighted_8u32f_C1IMR(src.Roi(), src.Step(), mask.Roi(), mask.Step(),
                                           masked.Roi(), masked.Step(), masked.Size(), 0.5f), 0);
@@ -111,7 +111,7 @@ TEST(PixelwiseEdge, MotionHistoryZeroDuration) {
   const float ts = 5.0f, below = std::nextafter(ts, 0.0f), above = std::nextafter(ts, 9.0f);
   const std::vector<float> mhi = {ts, below, above, 0.0f, -1.0f, 9.0f};
   const std::vector<float> want = {ts, 0.0f, above, 0.0f, 0.0f, 9.0f};
-  ForEachSimdTarget([&](const char*) {
+  ForEachSimdTarget([&] {
     ExpectRepeats(History<Omb8u>(ombiUpdateMotionHistory_8u32f_C1IR, {0}, mhi, ts, 0.0f), want);
     ExpectRepeats(History<Omb16u>(ombiUpdateMotionHistory_16u32f_C1IR, {0}, mhi, ts, -0.0f), want);
     ExpectRepeats(History<float>(ombiUpdateMotionHistory_32f_C1IR, {0.0f, -0.0f, kNaN}, mhi, ts, 0.0f), want);
@@ -125,7 +125,7 @@ TEST(PixelwiseEdge, MotionHistoryOrderOfSpecialValues) {
   // NaNs are cleared.
   const float nnan = BitsFloat(0xffc00000u);
   const std::vector<float> mhi = {-0.0f, kNaN, nnan, 0.0f, 1e-45f, -1e-45f, kInf, -kInf};
-  ForEachSimdTarget([&](const char*) {
+  ForEachSimdTarget([&] {
     auto h8 = History<Omb8u>(ombiUpdateMotionHistory_8u32f_C1IR, {0}, mhi, 2.0f, 2.0f);
     ExpectRepeats(h8, {0.0f, kNaN, 0.0f, 0.0f, 1e-45f, 0.0f, kInf, 0.0f});
     EXPECT_EQ(FloatBits(h8.Get(1, 0)), 0x7fc00000u);

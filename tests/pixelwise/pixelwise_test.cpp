@@ -29,7 +29,7 @@ TEST_P(Pixelwise, ChecksArgumentsInOrder) { ExpectCheckOrder(front().arg); }
 
 TEST_P(Pixelwise, MatchesModelOnEveryTarget) {
   const std::vector<Shape> shapes = SweepShapes();
-  ForEachSimdTarget([&](const char*) {
+  ForEachSimdTarget([&] {
     for (std::size_t i = 0; i < shapes.size() && !HasFailure(); ++i) {
       const auto& sets = front().param_sets;
       ExpectMatchesModel(front(), shapes[i], sets[i % sets.size()], 1000 + i);

@@ -192,11 +192,11 @@ void ForEachThreadCount(const std::function<void(int)>& fn) {
   ombSetNumThreads(saved);
 }
 
-void ForEachSimdTarget(const std::function<void(const char*)>& fn) {
+void ForEachSimdTarget(const std::function<void()>& fn) {
   for (std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
     hwy::SetSupportedTargetsForTest(target);
     SCOPED_TRACE(::testing::Message() << "SIMD target " << hwy::TargetName(target));
-    fn(hwy::TargetName(target));
+    fn();
   }
   hwy::SetSupportedTargetsForTest(0);
 }

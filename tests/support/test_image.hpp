@@ -118,8 +118,8 @@ float BitsFloat(std::uint32_t u);
 inline constexpr int kThreadCounts[] = {1, 2, 3, 17, 40};
 void ForEachThreadCount(const std::function<void(int)>& fn);
 
-// Runs fn(name) once for every SIMD target that this machine supports and
+// Runs fn once for every SIMD target that this machine supports and
 // the library was built for, forcing run-time dispatch onto it.
-void ForEachSimdTarget(const std::function<void(const char*)>& fn);
+void ForEachSimdTarget(const std::function<void()>& fn);
 
 }  // namespace omb_test
