@@ -44,52 +44,59 @@ HWY_INLINE hn::Mask<DF> LoadMask(DF df, const std::uint8_t* p) {
   return hn::RebindMask(df, hn::Ne(wide, hn::Zero(di)));
 }
 
-// One operation: the vector step, and the scalar step for tails.
-template <AccOp kOp>
+// Product term of the square and product operations. For masked integer
+// sources the exact integer product converted to float is wanted; that is
+// the float product with -0 turned into +0 (adding +0 does exactly that and
+// changes nothing else), since both round the same exact value.
+template <bool kIntMasked, class V>
+HWY_INLINE V ProductTerm(V s1, V s2) {
+  const V p = hn::Mul(s1, s2);
+  return kIntMasked ? hn::Add(p, hn::Zero(DF())) : p;
+}
+
+// One operation: the vector step (m is the lane mask, null for the
+// unmasked forms), and the scalar step for tails.
+template <AccOp kOp, class T, bool kMasked>
 struct Op;
-template <>
-struct Op<AccOp::kAdd> {
+template <class T, bool kMasked>
+struct Op<AccOp::kAdd, T, kMasked> {
   template <class V, class M>
-  static HWY_INLINE V Vec(DF, V d, V s1, V, V, const M* m) {
+  static HWY_INLINE V Vec(V d, V s1, V, V, const M* m) {
     return hn::Add(d, m ? hn::IfThenElseZero(*m, s1) : s1);
   }
-  template <class T>
   static float Scalar(float d, T s1, T, float, bool sel) {
     return ref::Add(d, s1, sel);
   }
 };
-template <>
-struct Op<AccOp::kSquare> {
+template <class T, bool kMasked>
+struct Op<AccOp::kSquare, T, kMasked> {
   template <class V, class M>
-  static HWY_INLINE V Vec(DF, V d, V s1, V, V, const M* m) {
-    const V sq = hn::Mul(s1, s1);
+  static HWY_INLINE V Vec(V d, V s1, V, V, const M* m) {
+    const V sq = ProductTerm<kMasked && !hwy::IsFloat<T>()>(s1, s1);
     return hn::Add(d, m ? hn::IfThenElseZero(*m, sq) : sq);
   }
-  template <class T>
   static float Scalar(float d, T s1, T, float, bool sel) {
-    return ref::AddSquare(d, s1, sel);
+    return ref::AddSquare<kMasked>(d, s1, sel);
   }
 };
-template <>
-struct Op<AccOp::kProduct> {
+template <class T, bool kMasked>
+struct Op<AccOp::kProduct, T, kMasked> {
   template <class V, class M>
-  static HWY_INLINE V Vec(DF, V d, V s1, V s2, V, const M* m) {
-    const V pr = hn::Mul(s1, s2);
+  static HWY_INLINE V Vec(V d, V s1, V s2, V, const M* m) {
+    const V pr = ProductTerm<kMasked && !hwy::IsFloat<T>()>(s1, s2);
     return hn::Add(d, m ? hn::IfThenElseZero(*m, pr) : pr);
   }
-  template <class T>
   static float Scalar(float d, T s1, T s2, float, bool sel) {
-    return ref::AddProduct(d, s1, s2, sel);
+    return ref::AddProduct<kMasked>(d, s1, s2, sel);
   }
 };
-template <>
-struct Op<AccOp::kWeighted> {
+template <class T, bool kMasked>
+struct Op<AccOp::kWeighted, T, kMasked> {
   template <class V, class M>
-  static HWY_INLINE V Vec(DF, V d, V s1, V, V alpha, const M* m) {
+  static HWY_INLINE V Vec(V d, V s1, V, V alpha, const M* m) {
     const V w = m ? hn::IfThenElseZero(*m, alpha) : alpha;
     return hn::Add(d, hn::Mul(hn::Sub(s1, d), w));
   }
-  template <class T>
   static float Scalar(float d, T s1, T, float alpha, bool sel) {
     return ref::AddWeighted(d, s1, alpha, sel);
   }
@@ -109,15 +116,15 @@ HWY_INLINE void AccumulateRow(const T* s1, const T* s2, const std::uint8_t* m,
     const auto vd = hn::LoadU(df, acc + x);
     if constexpr (kMasked) {
       const auto vm = LoadMask(df, m + x);
-      hn::StoreU(Op<kOp>::Vec(df, vd, v1, v2, valpha, &vm), df, acc + x);
+      hn::StoreU(Op<kOp, T, kMasked>::Vec(vd, v1, v2, valpha, &vm), df, acc + x);
     } else {
       const hn::Mask<DF>* none = nullptr;
-      hn::StoreU(Op<kOp>::Vec(df, vd, v1, v2, valpha, none), df, acc + x);
+      hn::StoreU(Op<kOp, T, kMasked>::Vec(vd, v1, v2, valpha, none), df, acc + x);
     }
   }
   for (; x < width; ++x) {
     const bool sel = !kMasked || m[x] != 0;
-    acc[x] = Op<kOp>::Scalar(acc[x], s1[x], two ? s2[x] : s1[x], alpha, sel);
+    acc[x] = Op<kOp, T, kMasked>::Scalar(acc[x], s1[x], two ? s2[x] : s1[x], alpha, sel);
   }
 }
 

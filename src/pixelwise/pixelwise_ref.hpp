@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace omb {
 namespace ref {
@@ -47,14 +48,28 @@ template <class T>
 inline float Add(float d, T s, bool selected) {
   return d + (selected ? ToFloat(s) : 0.0f);
 }
-template <class T>
-inline float AddSquare(float d, T s, bool selected) {
-  const float fs = ToFloat(s);
-  return d + (selected ? fs * fs : 0.0f);
+
+// Product of two sources. The unmasked forms multiply the converted floats;
+// the masked forms of integer sources multiply exactly in integers and
+// convert once. Both round the same exact product, but for signed sources
+// a zero product with a negative factor is -0 in float and +0 as an
+// integer, which shows when the accumulator holds -0.
+template <bool kMasked, class T>
+inline float Product(T s1, T s2) {
+  if constexpr (kMasked && !std::is_floating_point<T>::value) {
+    return static_cast<float>(static_cast<std::int64_t>(s1) * s2);
+  } else {
+    return ToFloat(s1) * ToFloat(s2);
+  }
 }
-template <class T>
+
+template <bool kMasked, class T>
 inline float AddProduct(float d, T s1, T s2, bool selected) {
-  return d + (selected ? ToFloat(s1) * ToFloat(s2) : 0.0f);
+  return d + (selected ? Product<kMasked>(s1, s2) : 0.0f);
+}
+template <bool kMasked, class T>
+inline float AddSquare(float d, T s, bool selected) {
+  return AddProduct<kMasked>(d, s, s, selected);
 }
 template <class T>
 inline float AddWeighted(float d, T s, float alpha, bool selected) {
