@@ -19,4 +19,11 @@ template <> struct PixTypeOf<float> { static constexpr PixType value = PixType::
 template <class T>
 inline constexpr PixType kPixType = PixTypeOf<T>::value;
 
+// Calls f(T{}) for the one T among Ts whose tag is `type`; a kernel entry
+// lists the element types it supports and gets one typed call.
+template <class... Ts, class F>
+inline void VisitPixType(PixType type, F&& f) {
+  ((type == kPixType<Ts> ? (f(Ts{}), true) : false) || ...);
+}
+
 }  // namespace omb

@@ -118,12 +118,8 @@ void AbsDiffTyped(const AbsDiffJob& job) {
 }
 
 void AbsDiffDispatch(const AbsDiffJob& job) {
-  switch (job.type) {
-    case PixType::k8u: return AbsDiffTyped<std::uint8_t>(job);
-    case PixType::k16u: return AbsDiffTyped<std::uint16_t>(job);
-    case PixType::k32f: return AbsDiffTyped<float>(job);
-    default: return;
-  }
+  VisitPixType<std::uint8_t, std::uint16_t, float>(
+      job.type, [&](auto t) { AbsDiffTyped<decltype(t)>(job); });
 }
 
 }  // namespace HWY_NAMESPACE

@@ -162,13 +162,8 @@ void AccumulateTyped(const AccumulateJob& job) {
 }
 
 void AccumulateDispatch(const AccumulateJob& job) {
-  switch (job.type) {
-    case PixType::k8u: return AccumulateTyped<std::uint8_t>(job);
-    case PixType::k8s: return AccumulateTyped<std::int8_t>(job);
-    case PixType::k16u: return AccumulateTyped<std::uint16_t>(job);
-    case PixType::k32f: return AccumulateTyped<float>(job);
-    default: return;
-  }
+  VisitPixType<std::uint8_t, std::int8_t, std::uint16_t, float>(
+      job.type, [&](auto t) { AccumulateTyped<decltype(t)>(job); });
 }
 
 }  // namespace HWY_NAMESPACE

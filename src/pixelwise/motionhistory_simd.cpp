@@ -83,12 +83,8 @@ void MotionHistoryRows(const MotionHistoryJob& job) {
 }
 
 void MotionHistoryDispatch(const MotionHistoryJob& job) {
-  switch (job.type) {
-    case PixType::k8u: return MotionHistoryRows<std::uint8_t>(job);
-    case PixType::k16u: return MotionHistoryRows<std::uint16_t>(job);
-    case PixType::k32f: return MotionHistoryRows<float>(job);
-    default: return;
-  }
+  VisitPixType<std::uint8_t, std::uint16_t, float>(
+      job.type, [&](auto t) { MotionHistoryRows<decltype(t)>(job); });
 }
 
 }  // namespace HWY_NAMESPACE
