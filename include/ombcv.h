@@ -80,6 +80,59 @@ OMB_API OmbResult ombiUpdateMotionHistory_8u32f_C1IR(const Omb8u* pSilhouette, i
 OMB_API OmbResult ombiUpdateMotionHistory_16u32f_C1IR(const Omb16u* pSilhouette, int silhouetteStep, Omb32f* pMHI, int mhiStep, OmbRoiSize roiSize, Omb32f timestamp, Omb32f mhiDuration);
 OMB_API OmbResult ombiUpdateMotionHistory_32f_C1IR(const Omb32f* pSilhouette, int silhouetteStep, Omb32f* pMHI, int mhiStep, OmbRoiSize roiSize, Omb32f timestamp, Omb32f mhiDuration);
 
+/* ---- Integral images and rectangle statistics --------------------------- */
+
+/* Upright tables are (W+1) x (H+1): row 0 and column 0 hold the offset val,
+ * element (r, c) is val plus the sum of the top-left r x c block. Tilted
+ * tables are (W+2) x (H+2) and read the source byte just right of the ROI.
+ * roiSize is the source size. */
+OMB_API OmbResult ombiIntegral_8u32s_C1R(const Omb8u* pSrc, int srcStep, Omb32s* pDst, int dstStep, OmbRoiSize roiSize, Omb32s val);
+OMB_API OmbResult ombiIntegral_8u32f_C1R(const Omb8u* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb32f val);
+OMB_API OmbResult ombiSqrIntegral_8u32s_C1R(const Omb8u* pSrc, int srcStep, Omb32s* pDst, int dstStep, Omb32s* pSqr, int sqrStep, OmbRoiSize roiSize, Omb32s val, Omb32s valSqr);
+OMB_API OmbResult ombiSqrIntegral_8u32s64f_C1R(const Omb8u* pSrc, int srcStep, Omb32s* pDst, int dstStep, Omb64f* pSqr, int sqrStep, OmbRoiSize roiSize, Omb32s val, Omb64f valSqr);
+OMB_API OmbResult ombiSqrIntegral_8u32f64f_C1R(const Omb8u* pSrc, int srcStep, Omb32f* pDst, int dstStep, Omb64f* pSqr, int sqrStep, OmbRoiSize roiSize, Omb32f val, Omb64f valSqr);
+OMB_API OmbResult ombiTiltedIntegral_8u32s_C1R(const Omb8u* pSrc, int srcStep, Omb32s* pDst, int dstStep, OmbRoiSize roiSize, Omb32s val);
+OMB_API OmbResult ombiTiltedIntegral_8u32f_C1R(const Omb8u* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb32f val);
+OMB_API OmbResult ombiTiltedSqrIntegral_8u32s_C1R(const Omb8u* pSrc, int srcStep, Omb32s* pDst, int dstStep, Omb32s* pSqr, int sqrStep, OmbRoiSize roiSize, Omb32s val, Omb32s valSqr);
+OMB_API OmbResult ombiTiltedSqrIntegral_8u32s64f_C1R(const Omb8u* pSrc, int srcStep, Omb32s* pDst, int dstStep, Omb64f* pSqr, int sqrStep, OmbRoiSize roiSize, Omb32s val, Omb64f valSqr);
+OMB_API OmbResult ombiTiltedSqrIntegral_8u32f64f_C1R(const Omb8u* pSrc, int srcStep, Omb32f* pDst, int dstStep, Omb64f* pSqr, int sqrStep, OmbRoiSize roiSize, Omb32f val, Omb64f valSqr);
+
+/* Standard deviation of a rectangle placed at every destination pixel, from
+ * a sum table and a square table; roiSize is the destination size. */
+OMB_API OmbResult ombiRectStdDev_32f_C1R(const Omb32f* pSrc, int srcStep, const Omb64f* pSqr, int sqrStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, OmbRect rect);
+OMB_API OmbResult ombiRectStdDev_32s32f_C1R(const Omb32s* pSrc, int srcStep, const Omb64f* pSqr, int sqrStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, OmbRect rect);
+OMB_API OmbResult ombiRectStdDev_32s_C1RSfs(const Omb32s* pSrc, int srcStep, const Omb32s* pSqr, int sqrStep, Omb32s* pDst, int dstStep, OmbRoiSize roiSize, OmbRect rect, int scaleFactor);
+OMB_API OmbResult ombiTiltedRectStdDev_32f_C1R(const Omb32f* pSrc, int srcStep, const Omb64f* pSqr, int sqrStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, OmbRect rect);
+OMB_API OmbResult ombiTiltedRectStdDev_32s32f_C1R(const Omb32s* pSrc, int srcStep, const Omb64f* pSqr, int sqrStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, OmbRect rect);
+OMB_API OmbResult ombiTiltedRectStdDev_32s_C1RSfs(const Omb32s* pSrc, int srcStep, const Omb32s* pSqr, int sqrStep, Omb32s* pDst, int dstStep, OmbRoiSize roiSize, OmbRect rect, int scaleFactor);
+
+/* ---- Haar stage classifier --------------------------------------------- */
+
+/* A stage state is one block made by an InitAlloc function and released by
+ * the matching Free. Classifiers are stored two-rectangle ones first, then
+ * three-rectangle ones, then the rest (tilted states keep input order). */
+OMB_API OmbResult ombiHaarClassifierInitAlloc_32f(OmbHaarStage_32f** pState, const OmbRect* pFeature, const Omb32f* pWeight, const Omb32f* pThreshold, const Omb32f* pVal1, const Omb32f* pVal2, const int* pNum, int length);
+OMB_API OmbResult ombiHaarClassifierInitAlloc_32s(OmbHaarStage_32s** pState, const OmbRect* pFeature, const Omb32s* pWeight, const Omb32s* pThreshold, const Omb32s* pVal1, const Omb32s* pVal2, const int* pNum, int length);
+OMB_API OmbResult ombiTiltedHaarClassifierInitAlloc_32f(OmbHaarStage_32f** pState, const OmbRect* pFeature, const Omb32f* pWeight, const Omb32f* pThreshold, const Omb32f* pVal1, const Omb32f* pVal2, const int* pNum, int length);
+OMB_API OmbResult ombiTiltedHaarClassifierInitAlloc_32s(OmbHaarStage_32s** pState, const OmbRect* pFeature, const Omb32s* pWeight, const Omb32s* pThreshold, const Omb32s* pVal1, const Omb32s* pVal2, const int* pNum, int length);
+OMB_API OmbResult ombiHaarClassifierFree_32f(OmbHaarStage_32f* pState);
+OMB_API OmbResult ombiHaarClassifierFree_32s(OmbHaarStage_32s* pState);
+OMB_API OmbResult ombiGetHaarClassifierSize_32f(OmbHaarStage_32f* pState, OmbRoiSize* pSize);
+OMB_API OmbResult ombiGetHaarClassifierSize_32s(OmbHaarStage_32s* pState, OmbRoiSize* pSize);
+OMB_API OmbResult ombiTiltHaarFeatures_32f(const Omb8u* pMask, int flag, OmbHaarStage_32f* pState);
+OMB_API OmbResult ombiTiltHaarFeatures_32s(const Omb8u* pMask, int flag, OmbHaarStage_32s* pState);
+
+/* Applies one stage at every window whose mask byte is nonzero: the mask is
+ * cleared where the stage rejects the window and *pPositive receives the
+ * number of windows that passed. The Mixed forms also read a tilted table
+ * for the tilted classifiers. */
+OMB_API OmbResult ombiApplyHaarClassifier_32f_C1R(const Omb32f* pSrc, int srcStep, const Omb32f* pNorm, int normStep, Omb8u* pMask, int maskStep, OmbRoiSize roiSize, int* pPositive, Omb32f threshold, OmbHaarStage_32f* pState);
+OMB_API OmbResult ombiApplyHaarClassifier_32s32f_C1R(const Omb32s* pSrc, int srcStep, const Omb32f* pNorm, int normStep, Omb8u* pMask, int maskStep, OmbRoiSize roiSize, int* pPositive, Omb32f threshold, OmbHaarStage_32f* pState);
+OMB_API OmbResult ombiApplyHaarClassifier_32s_C1RSfs(const Omb32s* pSrc, int srcStep, const Omb32s* pNorm, int normStep, Omb8u* pMask, int maskStep, OmbRoiSize roiSize, int* pPositive, Omb32s threshold, OmbHaarStage_32s* pState, int scaleFactor);
+OMB_API OmbResult ombiApplyMixedHaarClassifier_32f_C1R(const Omb32f* pSrc, int srcStep, const Omb32f* pTilted, int tiltedStep, const Omb32f* pNorm, int normStep, Omb8u* pMask, int maskStep, OmbRoiSize roiSize, int* pPositive, Omb32f threshold, OmbHaarStage_32f* pState);
+OMB_API OmbResult ombiApplyMixedHaarClassifier_32s32f_C1R(const Omb32s* pSrc, int srcStep, const Omb32s* pTilted, int tiltedStep, const Omb32f* pNorm, int normStep, Omb8u* pMask, int maskStep, OmbRoiSize roiSize, int* pPositive, Omb32f threshold, OmbHaarStage_32f* pState);
+OMB_API OmbResult ombiApplyMixedHaarClassifier_32s_C1RSfs(const Omb32s* pSrc, int srcStep, const Omb32s* pTilted, int tiltedStep, const Omb32s* pNorm, int normStep, Omb8u* pMask, int maskStep, OmbRoiSize roiSize, int* pPositive, Omb32s threshold, OmbHaarStage_32s* pState, int scaleFactor);
+
 OMB_EXTERN_C_END
 
 #endif /* OMBCV_H */

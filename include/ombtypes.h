@@ -60,6 +60,10 @@ typedef enum {
   ombResultKernelNotSymmetricWarning = 38
 } OmbResult;
 
+/* Opaque Haar stage states (one classifier stage each). */
+typedef struct OmbHaarStage_32f OmbHaarStage_32f;
+typedef struct OmbHaarStage_32s OmbHaarStage_32s;
+
 /* The static version record returned by ombcvGetLibVersion. */
 typedef struct {
   int versionMajor;
