@@ -45,6 +45,18 @@ class Checks {
     return Image(p, step, channels * static_cast<int>(sizeof(T)), 1);
   }
 
+  // An image whose rows must hold `elems` elements of T, a count that is not
+  // simply the ROI width (tables with extra columns, windows reaching past
+  // the ROI). Alignment as for In.
+  template <class T>
+  Checks& Row(const T* p, int step, std::int64_t elems) {
+    null_bad_ |= p == nullptr;
+    step_bad_ |= static_cast<std::int64_t>(step) <
+                 elems * static_cast<std::int64_t>(sizeof(T));
+    align_bad_ |= sizeof(T) > 1 && step % static_cast<int>(sizeof(T)) != 0;
+    return *this;
+  }
+
   // An 8-bit mask: step at least the width, no alignment rule.
   Checks& Mask(const std::uint8_t* p, int step) { return Image(p, step, 1, 1); }
 

@@ -26,21 +26,28 @@ std::vector<Fault> Faults(const ArgFront& f) {
   };
   for (std::size_t i = 0; i < f.images.size(); ++i) {
     const ArgImage& im = f.images[i];
-    const int eb = ElemBytes(im.elem), row = kW * eb * im.channels;
+    const int eb = ElemBytes(im.elem), row = (kW + im.extra_cols) * eb * im.channels;
     const std::string n = "image " + std::to_string(i);
     add(kNull, n + " null", "ptr" + n, ombResultNullPointer,
         [i](CallArgs& a) { a.ptr[i] = nullptr; });
+    // The row length as the arguments in force make it.
+    auto row_of = [&f, i, eb](const CallArgs& a) {
+      const ArgImage& m = f.images[i];
+      const long long extra = f.extra_elems ? f.extra_elems(a, i) : m.extra_cols;
+      return static_cast<int>((a.roi.width + extra) * eb * m.channels);
+    };
     // One element short of a row, zero and negative: all element-aligned,
     // so only the row-length rule can refuse them.
-    for (int step : {row - eb, 0, -row}) {
+    add(kStep, n + " step one element short", "step" + n, ombResultBadStep,
+        [i, eb, row_of](CallArgs& a) { a.step[i] = row_of(a) - eb; });
+    for (int step : {0, -row}) {
       add(kStep, n + " step " + std::to_string(step), "step" + n, ombResultBadStep,
           [i, step](CallArgs& a) { a.step[i] = step; });
     }
     if (im.align_tested && !im.mask) {
       for (int e = 1; e < eb; ++e) {
-        const int step = row + e;
-        add(kAlign, n + " step " + std::to_string(step), "step" + n,
-            ombResultMisalignedStep, [i, step](CallArgs& a) { a.step[i] = step; });
+        add(kAlign, n + " step row + " + std::to_string(e), "step" + n,
+            ombResultMisalignedStep, [i, e, row_of](CallArgs& a) { a.step[i] = row_of(a) + e; });
       }
     }
   }
@@ -87,7 +94,7 @@ void ExpectCheckOrder(const ArgFront& f) {
                                               : 2 * static_cast<int>(i) + 3;
     l.off_x = 1;
     l.off_y = 1;
-    imgs.emplace_back(kW * im.channels, kH, im.elem, l);
+    imgs.emplace_back((kW + im.extra_cols) * im.channels, kH + im.extra_rows, im.elem, l);
     FillRandom(imgs.back(), rng, 0.1);
     valid.ptr.push_back(imgs.back().RoiBytes());
     valid.step.push_back(imgs.back().Step());

@@ -21,6 +21,10 @@ struct ArgImage {
   bool align_tested = true;   // the front requires step % element size == 0
   bool mask = false;          // an 8-bit mask (never alignment tested)
   int channels = 1;
+  // Tables and windows: pixels and rows beyond the ROI size that the image
+  // has and that its row-length minimum includes.
+  int extra_cols = 0;
+  int extra_rows = 0;
 };
 
 // One family parameter: its index in CallArgs::p, values that must be
@@ -48,6 +52,10 @@ struct ArgFront {
   std::vector<double> defaults;        // valid values of p
   bool has_coi = false;
   std::function<OmbResult(const CallArgs&)> call;
+  // Extra elements a row of image i must hold beyond the ROI width when
+  // that depends on the parameters (default: that image's extra_cols), so
+  // that step faults stay faults when a parameter changes the minimum.
+  std::function<long long(const CallArgs&, std::size_t i)> extra_elems;
 };
 
 void ExpectCheckOrder(const ArgFront& front);

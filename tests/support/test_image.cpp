@@ -17,6 +17,7 @@ int ElemBytes(Elem e) {
     case Elem::k8u: case Elem::k8s: return 1;
     case Elem::k16u: case Elem::k16s: return 2;
     case Elem::k32s: case Elem::k32f: return 4;
+    case Elem::k64f: return 8;
   }
   return 1;
 }
@@ -97,6 +98,12 @@ std::string Format(Elem e, const std::uint8_t* p) {
       std::snprintf(buf, sizeof buf, "%.9g (bits 0x%08" PRIx32 ")", v, FloatBits(v));
       return buf;
     }
+    case Elem::k64f: {
+      double v;
+      std::memcpy(&v, p, 8);
+      std::snprintf(buf, sizeof buf, "%.17g", v);
+      return buf;
+    }
   }
   return "?";
 }
@@ -145,6 +152,11 @@ void FillRandom(ImageBytes& img, Rng& rng, double special,
         case Elem::k16s: put(RandomInt<Omb16s>(rng, special)); break;
         case Elem::k32s: put(RandomInt<Omb32s>(rng, special)); break;
         case Elem::k32f: put(RandomFloat(rng, special, extra, nan_payloads)); break;
+        case Elem::k64f: {
+          const double v = static_cast<double>(rng() >> 24);
+          put(std::uniform_real_distribution<double>(0, 1)(rng) < special ? -v : v);
+          break;
+        }
       }
     }
   }

@@ -16,7 +16,7 @@
 
 namespace omb_test {
 
-enum class Elem { k8u, k8s, k16u, k16s, k32s, k32f };
+enum class Elem { k8u, k8s, k16u, k16s, k32s, k32f, k64f };
 int ElemBytes(Elem e);
 
 template <class T> constexpr Elem ElemOf();
@@ -26,6 +26,7 @@ template <> constexpr Elem ElemOf<Omb16u>() { return Elem::k16u; }
 template <> constexpr Elem ElemOf<Omb16s>() { return Elem::k16s; }
 template <> constexpr Elem ElemOf<Omb32s>() { return Elem::k32s; }
 template <> constexpr Elem ElemOf<Omb32f>() { return Elem::k32f; }
+template <> constexpr Elem ElemOf<Omb64f>() { return Elem::k64f; }
 
 // Where the ROI sits in its block. Everything but the ROI is guard bytes:
 // a 64-byte margin before and after, whole rows above and below, the
@@ -101,7 +102,8 @@ using Rng = std::mt19937_64;
 // probability `special` one of 0, 1, -1, min, max. Floats: with probability
 // `special` one of NaN (both signs, several payloads when nan_payloads),
 // +-inf, +-0, denormals, FLT_MIN, +-FLT_MAX or a value of `extra`;
-// otherwise an ordinary value (some of them whole numbers).
+// otherwise an ordinary value (some of them whole numbers). Doubles: whole
+// numbers below 2^40, with probability `special` negative.
 void FillRandom(ImageBytes& img, Rng& rng, double special,
                 const std::vector<float>& extra = {}, bool nan_payloads = true);
 
