@@ -1,0 +1,31 @@
+// Internal interface of the integral-table kernels. The fronts check the
+// arguments and describe the call as one job; the kernel entry picks the
+// SIMD target at run time and the typed loop.
+#pragma once
+
+#include <cstdint>
+
+#include "ombtypes.h"
+
+namespace omb {
+
+enum class TableType { kNone, k32s, k32f, k64f };
+
+struct IntegralJob {
+  const std::uint8_t* src;
+  int src_step;
+  void* sum;
+  int sum_step;
+  TableType sum_type;  // k32s or k32f
+  void* sqr;           // null when only the sum table is asked for
+  int sqr_step;
+  TableType sqr_type;  // kNone, k32s or k64f
+  OmbRoiSize roi;      // source size
+  bool tilted;
+  // Offsets; every 32-bit integer and float value is exact in a double.
+  double val;
+  double val_sqr;
+};
+void IntegralImage(const IntegralJob& job);
+
+}  // namespace omb
