@@ -1,10 +1,14 @@
 // omb_bench: every family's benchmarks and their copy references in one
 // binary, so each kernel is compared with memcpy measured by the same
 // process on the same machine.
+#include "detection/integral_bench.hpp"
 #include "pixelwise/pixelwise_bench.hpp"
 #include "support/driver.hpp"
 
 int main(int argc, char** argv) {
   return ombbench::BenchMain(argc, argv,
-                             [] { ombbench::AddPixelwiseBenchmarks(); });
+                             [] {
+                               ombbench::AddPixelwiseBenchmarks();
+                               ombbench::AddIntegralBenchmarks();
+                             });
 }
