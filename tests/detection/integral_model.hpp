@@ -59,8 +59,10 @@ std::vector<T> IntegralModel(const TestImage<Omb8u>& src, int w, int h, T val, b
     for (int c = 1; c <= w; ++c) {
       const std::int64_t pair = term(c - 1, r - 2) + term(c, r - 2);
       e[at(r, c)] = pair + e[at(r - 1, c - 1)] - e[at(r - 2, c)] + e[at(r - 1, c + 1)];
-      t[at(r, c)] = static_cast<T>(pair) + t[at(r - 1, c - 1)] - t[at(r - 2, c)] +
-                    t[at(r - 1, c + 1)];
+      if constexpr (!kInt) {
+        t[at(r, c)] = static_cast<T>(pair) + t[at(r - 1, c - 1)] - t[at(r - 2, c)] +
+                      t[at(r - 1, c + 1)];
+      }
     }
     e[at(r, w + 1)] = e[at(r - 1, w)];
     t[at(r, w + 1)] = t[at(r - 1, w)];
