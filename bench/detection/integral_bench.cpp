@@ -11,8 +11,10 @@
 #include "detection/integral_bench.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 #include "ombcv.h"
 #include "support/image.hpp"
@@ -41,24 +43,35 @@ Shared<Omb8u> Source(int width, int height, std::uint64_t seed) {
 template <class T>
 constexpr int kBytes = static_cast<int>(sizeof(T));
 
+// Every image is read or written once per call: bytes moved = image bytes.
+// Fields are set by name so that later optional fields keep their defaults.
+KernelEntry Entry(const char* name, int bytes, std::function<KernelCall(BenchSize)> setup) {
+  KernelEntry e;
+  e.function = name;
+  e.moved_bytes_per_pixel = bytes;
+  e.image_bytes_per_pixel = bytes;
+  e.setup = std::move(setup);
+  return e;
+}
+
 template <class TS>
 KernelEntry Plain(const char* name,
                   OmbResult (*fn)(const Omb8u*, int, TS*, int, OmbRoiSize, TS)) {
-  return {name, 1 + kBytes<TS>, 1 + kBytes<TS>, [fn](BenchSize size) -> KernelCall {
+  return Entry(name, 1 + kBytes<TS>, [fn](BenchSize size) -> KernelCall {
             auto src = Source(size.width + 1, size.height, 1);
             auto sum = Table<TS>(size.width + 2, size.height + 2);
             return [fn, src, sum, size] {
               return fn(src->data(), src->step(), sum->data(), sum->step(),
                         {size.width, size.height}, TS(0));
             };
-          }};
+          });
 }
 
 template <class TS, class TQ>
 KernelEntry Squares(const char* name, OmbResult (*fn)(const Omb8u*, int, TS*, int, TQ*, int,
                                                       OmbRoiSize, TS, TQ)) {
   constexpr int kMoved = 1 + kBytes<TS> + kBytes<TQ>;
-  return {name, kMoved, kMoved, [fn](BenchSize size) -> KernelCall {
+  return Entry(name, kMoved, [fn](BenchSize size) -> KernelCall {
             auto src = Source(size.width + 1, size.height, 2);
             auto sum = Table<TS>(size.width + 2, size.height + 2);
             auto sqr = Table<TQ>(size.width + 2, size.height + 2);
@@ -66,7 +79,7 @@ KernelEntry Squares(const char* name, OmbResult (*fn)(const Omb8u*, int, TS*, in
               return fn(src->data(), src->step(), sum->data(), sum->step(), sqr->data(),
                         sqr->step(), {size.width, size.height}, TS(0), TQ(0));
             };
-          }};
+          });
 }
 
 void FillTables(bool tilted, Image<Omb8u>& s, Image<Omb32f>& t, Image<Omb64f>& q, OmbRoiSize roi) {
@@ -102,7 +115,7 @@ KernelEntry Deviation(const char* name, bool tilted) {
   using TQ = typename Types::Q;
   using TD = typename Types::D;
   constexpr int kMoved = kBytes<TS> + kBytes<TQ> + kBytes<TD>;
-  return {name, kMoved, kMoved, [tilted](BenchSize size) -> KernelCall {
+  return Entry(name, kMoved, [tilted](BenchSize size) -> KernelCall {
             const OmbRect r = tilted ? OmbRect{12, 0, 12, 12} : OmbRect{0, 0, 24, 24};
             const int reach = tilted ? r.x + r.y + r.width + r.height : r.width;
             const int w = size.width + reach, h = size.height + reach;
@@ -121,7 +134,7 @@ KernelEntry Deviation(const char* name, bool tilted) {
                            dst->step(), roi, r);
               }
             };
-          }};
+          });
 }
 
 // The benchmark name is the function's own name.
