@@ -15,9 +15,9 @@
 // Classifiers are stored two-rectangle first, then three-rectangle, then
 // the rest, so the first two groups run loops without a per-rectangle loop.
 // The mask decides what is worth evaluating: 16 zero bytes are skipped with
-// two 64-bit tests, a vector of windows without any candidate is skipped,
-// and a vector with a single candidate is evaluated by the plain per-window
-// code instead (cheaper than N lanes of work for one result). The survivors
+// two 64-bit tests and a vector of windows without any candidate is
+// skipped; any other vector is evaluated whole, which even for a single
+// candidate costs less than the plain per-window code. The survivors
 // are counted from the lane mask, and the mask bytes are rewritten as they
 // were where the window passes and 0 where it does not. Windows right of
 // the last full vector, and images narrower than one vector, use the plain
@@ -199,8 +199,7 @@ std::int64_t ApplyRows(const HaarJob& job) {
       const auto mi = hn::PromoteTo(di, hn::LoadU(d8, m + x));
       const auto live = hn::Ne(mi, hn::Zero(di));
       const std::size_t candidates = hn::CountTrue(di, live);
-      if (candidates <= 1) {
-        if (candidates == 1) one(x + static_cast<int>(hn::FindFirstTrue(di, live)));
+      if (candidates == 0) {
         x += lanes;
         continue;
       }
