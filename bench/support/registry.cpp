@@ -83,7 +83,8 @@ void RunKernel(benchmark::State& state, const KernelEntry& entry,
   const CopyShape reference = ReferenceFor(entry, size, threads);
   const std::int64_t pixels =
       static_cast<std::int64_t>(size.width) * size.height;
-  state.SetItemsProcessed(state.iterations() * pixels);
+  state.SetItemsProcessed(static_cast<std::int64_t>(
+      static_cast<double>(state.iterations() * pixels) * entry.items_per_pixel));
   state.SetBytesProcessed(state.iterations() * reference.moved_bytes);
   SetReferenceCounters(state, reference, seconds);
 }
@@ -102,6 +103,12 @@ std::string SizeName(BenchSize size) {
 std::string BenchName(const std::string& function, BenchSize size,
                       int threads) {
   return function + "/" + SizeName(size) +
+         "/threads:" + std::to_string(threads);
+}
+
+std::string BenchName(const KernelEntry& e, BenchSize size, int threads) {
+  if (e.variant.empty()) return BenchName(e.function, size, threads);
+  return e.function + "/" + SizeName(size) + "/" + e.variant +
          "/threads:" + std::to_string(threads);
 }
 
@@ -133,7 +140,7 @@ int RegisterQueued() {
     for (BenchSize size : e.sizes) {
       for (int threads : thread_counts) {
         benchmark::RegisterBenchmark(
-            BenchName(e.function, size, threads).c_str(),
+            BenchName(e, size, threads).c_str(),
             [e, size, threads](benchmark::State& s) {
               RunKernel(s, e, size, threads);
             })

@@ -50,7 +50,15 @@ struct KernelEntry {
   int image_bytes_per_pixel;  // bytes of all its images per ROI pixel
   std::function<KernelCall(BenchSize)> setup;
   std::vector<BenchSize> sizes = StandardSizes();
+  // Optional: a name part after the size for several inputs of one function
+  // ("<function>/<size>/<variant>/threads:<n>"), and the items one call
+  // handles per ROI pixel when that is not one (windows of a sparse mask).
+  std::string variant = std::string();
+  double items_per_pixel = 1.0;
 };
+
+// The name of one entry's benchmark, with its variant part if it has one.
+std::string BenchName(const KernelEntry& entry, BenchSize size, int threads);
 
 // Queues a family's table for RegisterQueued().
 void AddKernels(std::vector<KernelEntry> entries);
