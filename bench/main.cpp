@@ -1,6 +1,7 @@
 // omb_bench: every family's benchmarks and their copy references in one
 // binary, so each kernel is compared with memcpy measured by the same
 // process on the same machine.
+#include "detection/haar_bench.hpp"
 #include "detection/integral_bench.hpp"
 #include "pixelwise/pixelwise_bench.hpp"
 #include "support/driver.hpp"
@@ -10,5 +11,6 @@ int main(int argc, char** argv) {
                              [] {
                                ombbench::AddPixelwiseBenchmarks();
                                ombbench::AddIntegralBenchmarks();
+                               ombbench::AddHaarBenchmarks();
                              });
 }

@@ -1,0 +1,8 @@
+#pragma once
+
+namespace ombbench {
+
+// Queues the Haar stage apply benchmarks.
+void AddHaarBenchmarks();
+
+}  // namespace ombbench
