@@ -46,8 +46,8 @@ void SetTiltedCorners(HaarRect<V>& r, std::int32_t x, std::int32_t y,
   r.d = {Sub32(Add32(x, w), h), Add32(Add32(y, w), h)};
 }
 
-template <class V>
-OmbResult InitAlloc(HaarStage<V>** out, const OmbRect* feature, const V* weight,
+template <class S, class V>
+OmbResult InitAlloc(S** out, const OmbRect* feature, const V* weight,
                     const V* threshold, const V* val1, const V* val2,
                     const int* num, int length, bool tilted) {
   if (out == nullptr || feature == nullptr || weight == nullptr ||
@@ -143,7 +143,7 @@ OmbResult InitAlloc(HaarStage<V>** out, const OmbRect* feature, const V* weight,
     *out = nullptr;
     return ombResultBadArgument;
   }
-  *out = st;
+  *out = static_cast<S*>(st);
   return ombResultOk;
 }
 
@@ -298,16 +298,16 @@ OmbResult Apply(const Tab* src, int srcStep, const Tab* tilted, int tiltedStep,
 extern "C" {
 
 OMB_API OmbResult ombiHaarClassifierInitAlloc_32f(OmbHaarStage_32f** pState, const OmbRect* pFeature, const Omb32f* pWeight, const Omb32f* pThreshold, const Omb32f* pVal1, const Omb32f* pVal2, const int* pNum, int length) {
-  return omb::InitAlloc(reinterpret_cast<omb::HaarStage<float>**>(pState), pFeature, pWeight, pThreshold, pVal1, pVal2, pNum, length, false);
+  return omb::InitAlloc(pState, pFeature, pWeight, pThreshold, pVal1, pVal2, pNum, length, false);
 }
 OMB_API OmbResult ombiHaarClassifierInitAlloc_32s(OmbHaarStage_32s** pState, const OmbRect* pFeature, const Omb32s* pWeight, const Omb32s* pThreshold, const Omb32s* pVal1, const Omb32s* pVal2, const int* pNum, int length) {
-  return omb::InitAlloc(reinterpret_cast<omb::HaarStage<Omb32s>**>(pState), pFeature, pWeight, pThreshold, pVal1, pVal2, pNum, length, false);
+  return omb::InitAlloc(pState, pFeature, pWeight, pThreshold, pVal1, pVal2, pNum, length, false);
 }
 OMB_API OmbResult ombiTiltedHaarClassifierInitAlloc_32f(OmbHaarStage_32f** pState, const OmbRect* pFeature, const Omb32f* pWeight, const Omb32f* pThreshold, const Omb32f* pVal1, const Omb32f* pVal2, const int* pNum, int length) {
-  return omb::InitAlloc(reinterpret_cast<omb::HaarStage<float>**>(pState), pFeature, pWeight, pThreshold, pVal1, pVal2, pNum, length, true);
+  return omb::InitAlloc(pState, pFeature, pWeight, pThreshold, pVal1, pVal2, pNum, length, true);
 }
 OMB_API OmbResult ombiTiltedHaarClassifierInitAlloc_32s(OmbHaarStage_32s** pState, const OmbRect* pFeature, const Omb32s* pWeight, const Omb32s* pThreshold, const Omb32s* pVal1, const Omb32s* pVal2, const int* pNum, int length) {
-  return omb::InitAlloc(reinterpret_cast<omb::HaarStage<Omb32s>**>(pState), pFeature, pWeight, pThreshold, pVal1, pVal2, pNum, length, true);
+  return omb::InitAlloc(pState, pFeature, pWeight, pThreshold, pVal1, pVal2, pNum, length, true);
 }
 
 OMB_API OmbResult ombiHaarClassifierFree_32f(OmbHaarStage_32f* pState) {
