@@ -423,69 +423,63 @@ TEST(HaarApply, EmptyStageAndZeroMask) {
 
 // ---- State building ------------------------------------------------------------
 
-template <class S>
-void ExpectInitChecks(S*, bool tilted) {
-  using V = std::conditional_t<std::is_same_v<S, OmbHaarStage_32f>, Omb32f, Omb32s>;
-  const Input<V> good{{{1, 0, 2, 2}, {2, 1, 1, 2}, {3, 3, 2, 1}}, {V(-1), 2, 1}, {1, 2}, {0, 1}, {1, 0}, {2, 1}};
-  struct Case {
-    const char* what;
-    std::function<void(Input<V>&, bool*, int*)> edit;  // null pointer flags: out, then 6 arrays
-    OmbResult want;
-  };
-  const std::vector<Case> cases = {
-      {"out null", [](Input<V>&, bool* nul, int*) { nul[0] = true; }, ombResultNullPointer},
-      {"rects null, bad length", [](Input<V>&, bool* nul, int* len) { nul[1] = true; *len = -1; }, ombResultNullPointer},
-      {"weights null", [](Input<V>&, bool* nul, int*) { nul[2] = true; }, ombResultNullPointer},
-      {"thresholds null", [](Input<V>&, bool* nul, int*) { nul[3] = true; }, ombResultNullPointer},
-      {"val1 null", [](Input<V>&, bool* nul, int*) { nul[4] = true; }, ombResultNullPointer},
-      {"val2 null", [](Input<V>&, bool* nul, int*) { nul[5] = true; }, ombResultNullPointer},
-      {"counts null, bad rect", [](Input<V>& in, bool* nul, int*) { nul[6] = true; in.rects[0].width = 0; }, ombResultNullPointer},
-      {"length -1", [](Input<V>&, bool*, int* len) { *len = -1; }, ombResultBadSize},
-      {"count 0, bad rect", [](Input<V>& in, bool*, int*) { in.num[1] = 0; in.rects[0].x = -1; }, ombResultBadSize},
-      {"width 0", [](Input<V>& in, bool*, int*) { in.rects[0].width = 0; }, ombResultBadArgument},
-      {"last height 0", [](Input<V>& in, bool*, int*) { in.rects[2].height = 0; }, ombResultBadArgument},
-      {"x -1", [](Input<V>& in, bool*, int*) { in.rects[1].x = -1; }, ombResultBadArgument},
-      {"y -1", [](Input<V>& in, bool*, int*) { in.rects[2].y = -1; }, ombResultBadArgument},
-      {"x + 1 < height", [](Input<V>& in, bool*, int*) { in.rects[0].height = 3; },
-       tilted ? ombResultBadArgument : ombResultOk},
-      {"length 0", [](Input<V>&, bool*, int* len) { *len = 0; }, ombResultOk},
-  };
-  for (const Case& c : cases) {
-    Input<V> in = good;
-    bool nul[7] = {};
-    int len = 2;
-    c.edit(in, nul, &len);
-    S* sentinel = reinterpret_cast<S*>(&in);
-    S* st = sentinel;
-    auto ptr = [&](int i, auto* p) { return nul[i] ? nullptr : p; };
-    OmbResult got;
-    if constexpr (std::is_same_v<V, Omb32f>) {
-      got = (tilted ? ombiTiltedHaarClassifierInitAlloc_32f : ombiHaarClassifierInitAlloc_32f)(
-          ptr(0, &st), ptr(1, in.rects.data()), ptr(2, in.weight.data()), ptr(3, in.thr.data()),
-          ptr(4, in.val1.data()), ptr(5, in.val2.data()), ptr(6, in.num.data()), len);
-    } else {
-      got = (tilted ? ombiTiltedHaarClassifierInitAlloc_32s : ombiHaarClassifierInitAlloc_32s)(
-          ptr(0, &st), ptr(1, in.rects.data()), ptr(2, in.weight.data()), ptr(3, in.thr.data()),
-          ptr(4, in.val1.data()), ptr(5, in.val2.data()), ptr(6, in.num.data()), len);
-    }
-    EXPECT_EQ(got, c.want) << c.what << (tilted ? " (tilted)" : "");
-    if (c.want == ombResultOk) {
-      EXPECT_NE(st, nullptr);
-      EXPECT_EQ(Free(st), ombResultOk);
-    } else if (c.want == ombResultBadArgument) {
-      EXPECT_EQ(st, nullptr) << c.what;
-    } else {
-      EXPECT_EQ(st, sentinel) << c.what;  // a failed check writes nothing
-    }
+// One fault per row (an argument pointer nulled, a length, the second
+// classifier's count, one rectangle replaced); earlier stages win.
+struct InitCase {
+  const char* what;
+  int null_arg;  // 0 = out state, 1..6 = the arrays in order; -1 none
+  int length, count1, rect_at;
+  OmbRect rect;
+  OmbResult upright, tilted;
+};
+const InitCase kInitCases[] = {
+    {"out null", 0, 2, 1, -1, {}, ombResultNullPointer, ombResultNullPointer},
+    {"rects null, length -1", 1, -1, 1, -1, {}, ombResultNullPointer, ombResultNullPointer},
+    {"weights null", 2, 2, 1, -1, {}, ombResultNullPointer, ombResultNullPointer},
+    {"thresholds null", 3, 2, 1, -1, {}, ombResultNullPointer, ombResultNullPointer},
+    {"val1 null", 4, 2, 1, -1, {}, ombResultNullPointer, ombResultNullPointer},
+    {"val2 null", 5, 2, 1, -1, {}, ombResultNullPointer, ombResultNullPointer},
+    {"counts null, width 0", 6, 2, 1, 0, {1, 0, 0, 2}, ombResultNullPointer, ombResultNullPointer},
+    {"length -1", -1, -1, 1, -1, {}, ombResultBadSize, ombResultBadSize},
+    {"count 0, x -1", -1, 2, 0, 0, {-1, 0, 2, 2}, ombResultBadSize, ombResultBadSize},
+    {"width 0", -1, 2, 1, 0, {1, 0, 0, 2}, ombResultBadArgument, ombResultBadArgument},
+    {"last height 0", -1, 2, 1, 2, {3, 3, 2, 0}, ombResultBadArgument, ombResultBadArgument},
+    {"x -1", -1, 2, 1, 1, {-1, 1, 1, 2}, ombResultBadArgument, ombResultBadArgument},
+    {"y -1", -1, 2, 1, 2, {3, -1, 2, 1}, ombResultBadArgument, ombResultBadArgument},
+    {"x + 1 < height", -1, 2, 1, 0, {1, 0, 2, 3}, ombResultOk, ombResultBadArgument},
+    {"length 0", -1, 0, 1, -1, {}, ombResultOk, ombResultOk},
+};
+
+template <class S, class V, class Fn>
+void ExpectInitCase(const InitCase& c, bool tilted, Fn init) {
+  Input<V> in{{{1, 0, 2, 2}, {2, 1, 1, 2}, {3, 3, 2, 1}}, {V(-1), 2, 1}, {1, 2}, {0, 1}, {1, 0}, {2, c.count1}};
+  if (c.rect_at >= 0) in.rects[c.rect_at] = c.rect;
+  auto arg = [&](int i, auto* p) { return c.null_arg == i ? nullptr : p; };
+  S* const sentinel = reinterpret_cast<S*>(&in);
+  S* st = sentinel;
+  const OmbResult want = tilted ? c.tilted : c.upright;
+  EXPECT_EQ(init(arg(0, &st), arg(1, in.rects.data()), arg(2, in.weight.data()), arg(3, in.thr.data()),
+                 arg(4, in.val1.data()), arg(5, in.val2.data()), arg(6, in.num.data()), c.length),
+            want)
+      << c.what << (tilted ? " (tilted)" : "");
+  if (want == ombResultOk) {
+    EXPECT_EQ(Free(st), ombResultOk);
+  } else {
+    // -5 comes after the block was filled and released: the out pointer is
+    // cleared. A failed check before that writes nothing.
+    EXPECT_EQ(st, want == ombResultBadArgument ? nullptr : sentinel) << c.what;
   }
-  EXPECT_EQ(Free(static_cast<S*>(nullptr)), ombResultNullPointer);
 }
 
 TEST(HaarState, InitAllocChecksInOrder) {
-  for (bool tilted : {false, true}) {
-    ExpectInitChecks(static_cast<OmbHaarStage_32f*>(nullptr), tilted);
-    ExpectInitChecks(static_cast<OmbHaarStage_32s*>(nullptr), tilted);
+  for (const InitCase& c : kInitCases) {
+    ExpectInitCase<OmbHaarStage_32f, Omb32f>(c, false, ombiHaarClassifierInitAlloc_32f);
+    ExpectInitCase<OmbHaarStage_32f, Omb32f>(c, true, ombiTiltedHaarClassifierInitAlloc_32f);
+    ExpectInitCase<OmbHaarStage_32s, Omb32s>(c, false, ombiHaarClassifierInitAlloc_32s);
+    ExpectInitCase<OmbHaarStage_32s, Omb32s>(c, true, ombiTiltedHaarClassifierInitAlloc_32s);
   }
+  EXPECT_EQ(Free(static_cast<OmbHaarStage_32f*>(nullptr)), ombResultNullPointer);
+  EXPECT_EQ(Free(static_cast<OmbHaarStage_32s*>(nullptr)), ombResultNullPointer);
 }
 
 TEST(HaarState, ClassifierSize) {
