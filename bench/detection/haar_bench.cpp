@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <numeric>
 #include <vector>
@@ -110,37 +111,54 @@ struct StageFree {
   void operator()(OmbHaarStage_32s* s) const { ombiHaarClassifierFree_32s(s); }
 };
 
-std::shared_ptr<OmbHaarStage_32f> Stage32f() {
-  const StageArrays<Omb32f> a = StageShapes<Omb32f>();
-  OmbHaarStage_32f* s = nullptr;
-  ombiHaarClassifierInitAlloc_32f(&s, a.rects.data(), a.weights.data(), a.thresholds.data(),
-                                  a.val1.data(), a.val2.data(), a.counts.data(), kClassifiers);
-  return std::shared_ptr<OmbHaarStage_32f>(s, StageFree{});
-}
-std::shared_ptr<OmbHaarStage_32s> Stage32s() {
-  const StageArrays<Omb32s> a = StageShapes<Omb32s>();
-  OmbHaarStage_32s* s = nullptr;
-  ombiHaarClassifierInitAlloc_32s(&s, a.rects.data(), a.weights.data(), a.thresholds.data(),
-                                  a.val1.data(), a.val2.data(), a.counts.data(), kClassifiers);
-  return std::shared_ptr<OmbHaarStage_32s>(s, StageFree{});
+// The stage state type and its builder for each weight type.
+template <class W>
+struct StageOf;
+template <>
+struct StageOf<Omb32f> {
+  using Type = OmbHaarStage_32f;
+  static constexpr auto kInitAlloc = ombiHaarClassifierInitAlloc_32f;
+};
+template <>
+struct StageOf<Omb32s> {
+  using Type = OmbHaarStage_32s;
+  static constexpr auto kInitAlloc = ombiHaarClassifierInitAlloc_32s;
+};
+
+template <class W>
+std::shared_ptr<typename StageOf<W>::Type> Stage() {
+  const StageArrays<W> a = StageShapes<W>();
+  typename StageOf<W>::Type* s = nullptr;
+  StageOf<W>::kInitAlloc(&s, a.rects.data(), a.weights.data(), a.thresholds.data(),
+                         a.val1.data(), a.val2.data(), a.counts.data(), kClassifiers);
+  return std::shared_ptr<typename StageOf<W>::Type>(s, StageFree{});
 }
 
 // Table, norm and mask read, mask written; what the images occupy.
 constexpr int kMoved = 4 + 4 + 2;
 constexpr int kImages = 4 + 4 + 1;
 
-KernelEntry Apply32f(const char* variant, double fraction) {
-  KernelEntry e{"ombiApplyHaarClassifier_32f_C1R", kMoved, kImages,
-                [fraction](BenchSize size) -> KernelCall {
-                  auto table = IntegralTable<Omb32f>(size);
-                  auto norm = Norms<Omb32f>(size);
+// One apply form: integral element T, norm element N, weights W. The stage
+// threshold lets every candidate pass, so the mask, and with it the work,
+// is the same on every iteration.
+template <class T, class N, class W>
+using ApplyFn = OmbResult (*)(const T*, int, const N*, int, Omb8u*, int, OmbRoiSize, int*, W,
+                              typename StageOf<W>::Type*);
+
+template <class T, class N, class W>
+KernelEntry Apply(const char* name, ApplyFn<T, N, W> apply, const char* variant,
+                  double fraction) {
+  KernelEntry e{name, kMoved, kImages,
+                [apply, fraction](BenchSize size) -> KernelCall {
+                  auto table = IntegralTable<T>(size);
+                  auto norm = Norms<N>(size);
                   auto mask = Candidates(size, fraction);
-                  auto stage = Stage32f();
+                  auto stage = Stage<W>();
                   return [=] {
                     int count = 0;
-                    return ombiApplyHaarClassifier_32f_C1R(
-                        table->data(), table->step(), norm->data(), norm->step(), mask->data(),
-                        mask->step(), mask->roi(), &count, -1e30f, stage.get());
+                    return apply(table->data(), table->step(), norm->data(), norm->step(),
+                                 mask->data(), mask->step(), mask->roi(), &count,
+                                 std::numeric_limits<W>::lowest(), stage.get());
                   };
                 },
                 {{640, 480}}};
@@ -149,48 +167,25 @@ KernelEntry Apply32f(const char* variant, double fraction) {
   return e;
 }
 
-KernelEntry Apply32s32f() {
-  KernelEntry e{"ombiApplyHaarClassifier_32s32f_C1R", kMoved, kImages,
-                [](BenchSize size) -> KernelCall {
-                  auto table = IntegralTable<Omb32s>(size);
-                  auto norm = Norms<Omb32f>(size);
-                  auto mask = Candidates(size, 1.0);
-                  auto stage = Stage32f();
-                  return [=] {
-                    int count = 0;
-                    return ombiApplyHaarClassifier_32s32f_C1R(
-                        table->data(), table->step(), norm->data(), norm->step(), mask->data(),
-                        mask->step(), mask->roi(), &count, -1e30f, stage.get());
-                  };
-                },
-                {{640, 480}}};
-  e.variant = "dense";
-  return e;
-}
-
-KernelEntry Apply32s() {
-  KernelEntry e{"ombiApplyHaarClassifier_32s_C1RSfs", kMoved, kImages,
-                [](BenchSize size) -> KernelCall {
-                  auto table = IntegralTable<Omb32s>(size);
-                  auto norm = Norms<Omb32s>(size);
-                  auto mask = Candidates(size, 1.0);
-                  auto stage = Stage32s();
-                  return [=] {
-                    int count = 0;
-                    return ombiApplyHaarClassifier_32s_C1RSfs(
-                        table->data(), table->step(), norm->data(), norm->step(), mask->data(),
-                        mask->step(), mask->roi(), &count, INT32_MIN, stage.get(), 0);
-                  };
-                },
-                {{640, 480}}};
-  e.variant = "dense";
-  return e;
+// The integer form carries a scale factor it does not apply.
+OmbResult Apply32sNoScale(const Omb32s* t, int ts, const Omb32s* n, int ns, Omb8u* m, int ms,
+                          OmbRoiSize roi, int* count, Omb32s threshold, OmbHaarStage_32s* st) {
+  return ombiApplyHaarClassifier_32s_C1RSfs(t, ts, n, ns, m, ms, roi, count, threshold, st, 0);
 }
 
 }  // namespace
 
 void AddHaarBenchmarks() {
-  AddKernels({Apply32f("dense", 1.0), Apply32f("sparse", kSparse), Apply32s32f(), Apply32s()});
+  AddKernels({
+      Apply<Omb32f, Omb32f, Omb32f>("ombiApplyHaarClassifier_32f_C1R",
+                                    ombiApplyHaarClassifier_32f_C1R, "dense", 1.0),
+      Apply<Omb32f, Omb32f, Omb32f>("ombiApplyHaarClassifier_32f_C1R",
+                                    ombiApplyHaarClassifier_32f_C1R, "sparse", kSparse),
+      Apply<Omb32s, Omb32f, Omb32f>("ombiApplyHaarClassifier_32s32f_C1R",
+                                    ombiApplyHaarClassifier_32s32f_C1R, "dense", 1.0),
+      Apply<Omb32s, Omb32s, Omb32s>("ombiApplyHaarClassifier_32s_C1RSfs", Apply32sNoScale,
+                                    "dense", 1.0),
+  });
 }
 
 }  // namespace ombbench
