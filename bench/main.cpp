@@ -3,6 +3,8 @@
 // process on the same machine.
 #include "detection/haar_bench.hpp"
 #include "detection/integral_bench.hpp"
+#include "filters/newconvol_bench.hpp"
+#include "filters/separable_bench.hpp"
 #include "pixelwise/pixelwise_bench.hpp"
 #include "support/driver.hpp"
 
@@ -12,5 +14,7 @@ int main(int argc, char** argv) {
                                ombbench::AddPixelwiseBenchmarks();
                                ombbench::AddIntegralBenchmarks();
                                ombbench::AddHaarBenchmarks();
+                               ombbench::AddSeparableBenchmarks();
+                               ombbench::AddNewConvolBenchmarks();
                              });
 }

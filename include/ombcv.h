@@ -133,6 +133,123 @@ OMB_API OmbResult ombiApplyMixedHaarClassifier_32f_C1R(const Omb32f* pSrc, int s
 OMB_API OmbResult ombiApplyMixedHaarClassifier_32s32f_C1R(const Omb32s* pSrc, int srcStep, const Omb32s* pTilted, int tiltedStep, const Omb32f* pNorm, int normStep, Omb8u* pMask, int maskStep, OmbRoiSize roiSize, int* pPositive, Omb32f threshold, OmbHaarStage_32f* pState);
 OMB_API OmbResult ombiApplyMixedHaarClassifier_32s_C1RSfs(const Omb32s* pSrc, int srcStep, const Omb32s* pTilted, int tiltedStep, const Omb32s* pNorm, int normStep, Omb8u* pMask, int maskStep, OmbRoiSize roiSize, int* pPositive, Omb32s threshold, OmbHaarStage_32s* pState, int scaleFactor);
 
+/* ---- Separable pipeline filters ---------------------------------------- */
+
+/* Row pass: filters each source row, bordered left and right by borderType,
+ * into the destination row ppDst[y]. Taps are applied in storage order;
+ * xAnchor is the tap that lies over the output pixel. */
+OMB_API OmbResult ombiFilterRowBorderPipeline_8u16s_C1R(const Omb8u* pSrc, int srcStep, Omb16s** ppDst, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int xAnchor, OmbBorderType borderType, Omb8u borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterRowBorderPipeline_8u16s_C3R(const Omb8u* pSrc, int srcStep, Omb16s** ppDst, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int xAnchor, OmbBorderType borderType, const Omb8u* borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterRowBorderPipeline_16s_C1R(const Omb16s* pSrc, int srcStep, Omb16s** ppDst, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int xAnchor, OmbBorderType borderType, Omb16s borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterRowBorderPipeline_16s_C3R(const Omb16s* pSrc, int srcStep, Omb16s** ppDst, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int xAnchor, OmbBorderType borderType, const Omb16s* borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterRowBorderPipeline_Low_16s_C1R(const Omb16s* pSrc, int srcStep, Omb16s** ppDst, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int xAnchor, OmbBorderType borderType, Omb16s borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterRowBorderPipeline_Low_16s_C3R(const Omb16s* pSrc, int srcStep, Omb16s** ppDst, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int xAnchor, OmbBorderType borderType, const Omb16s* borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterRowBorderPipeline_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f** ppDst, OmbRoiSize roiSize, const Omb32f* pKernel, int kernelSize, int xAnchor, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterRowBorderPipeline_32f_C3R(const Omb32f* pSrc, int srcStep, Omb32f** ppDst, OmbRoiSize roiSize, const Omb32f* pKernel, int kernelSize, int xAnchor, OmbBorderType borderType, const Omb32f* borderValue, Omb8u* pBuffer);
+
+/* Column pass: output row y combines the kernelSize rows ppSrc[y] ..
+ * ppSrc[y + kernelSize - 1]; ppSrc holds height + kernelSize - 1 rows. */
+OMB_API OmbResult ombiFilterColumnPipeline_16s_C1R(const Omb16s** ppSrc, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterColumnPipeline_16s_C3R(const Omb16s** ppSrc, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterColumnPipeline_Low_16s_C1R(const Omb16s** ppSrc, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterColumnPipeline_Low_16s_C3R(const Omb16s** ppSrc, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterColumnPipeline_16s8u_C1R(const Omb16s** ppSrc, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterColumnPipeline_16s8u_C3R(const Omb16s** ppSrc, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterColumnPipeline_16s8s_C1R(const Omb16s** ppSrc, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterColumnPipeline_16s8s_C3R(const Omb16s** ppSrc, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, const Omb16s* pKernel, int kernelSize, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterColumnPipeline_32f_C1R(const Omb32f** ppSrc, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, const Omb32f* pKernel, int kernelSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterColumnPipeline_32f_C3R(const Omb32f** ppSrc, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, const Omb32f* pKernel, int kernelSize, Omb8u* pBuffer);
+
+/* Work-buffer sizes of the passes; the size does not depend on the width. */
+OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_8u16s_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_16s_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_16s_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_Low_16s_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_Low_16s_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_32f_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_32f_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_16s_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_16s_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_Low_16s_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_Low_16s_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_16s8u_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_16s8u_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_16s8s_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_16s8s_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_32f_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_32f_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize);
+
+/* Binomial smoothing kernel with `order` differences, positive tap last. */
+OMB_API OmbResult ombiGenSobelKernel_16s(Omb16s* pDst, int kernelSize, int order, int sign);
+OMB_API OmbResult ombiGenSobelKernel_32f(Omb32f* pDst, int kernelSize, int order, int sign);
+
+/* ---- Fixed-kernel derivative, Laplacian and low-pass filters ----------- */
+
+/* 3x3 (maskSize 33) or 5x5 (maskSize 55) filters over the whole ROI, with
+ * the border rule applied on all four sides. The 8u8s forms divide by
+ * divisor and saturate; Scharr filters are 3x3 only. */
+OMB_API OmbResult ombiFilterSobelHorizBorder_8u16s_C1R(const Omb8u* pSrc, int srcStep, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelHorizBorder_8u8s_C1R(const Omb8u* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelHorizBorder_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelVertBorder_8u16s_C1R(const Omb8u* pSrc, int srcStep, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelVertBorder_8u8s_C1R(const Omb8u* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelVertBorder_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelNegVertBorder_8u16s_C1R(const Omb8u* pSrc, int srcStep, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelNegVertBorder_8u8s_C1R(const Omb8u* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelNegVertBorder_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelHorizSecondBorder_8u16s_C1R(const Omb8u* pSrc, int srcStep, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelHorizSecondBorder_8u8s_C1R(const Omb8u* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelHorizSecondBorder_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelVertSecondBorder_8u16s_C1R(const Omb8u* pSrc, int srcStep, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelVertSecondBorder_8u8s_C1R(const Omb8u* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelVertSecondBorder_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelCrossBorder_8u16s_C1R(const Omb8u* pSrc, int srcStep, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelCrossBorder_8u8s_C1R(const Omb8u* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterSobelCrossBorder_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterLaplacianBorder_8u16s_C1R(const Omb8u* pSrc, int srcStep, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterLaplacianBorder_8u8s_C1R(const Omb8u* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterLaplacianBorder_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterScharrHorizBorder_8u16s_C1R(const Omb8u* pSrc, int srcStep, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, OmbBorderType borderType, Omb8u borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterScharrHorizBorder_8u8s_C1R(const Omb8u* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, OmbBorderType borderType, Omb8u borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterScharrHorizBorder_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterScharrVertBorder_8u16s_C1R(const Omb8u* pSrc, int srcStep, Omb16s* pDst, int dstStep, OmbRoiSize roiSize, OmbBorderType borderType, Omb8u borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterScharrVertBorder_8u8s_C1R(const Omb8u* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, OmbBorderType borderType, Omb8u borderValue, int divisor, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterScharrVertBorder_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterLowpassBorder_8u_C1R(const Omb8u* pSrc, int srcStep, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb8u borderValue, Omb8u* pBuffer);
+OMB_API OmbResult ombiFilterLowpassBorder_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, int maskSize, OmbBorderType borderType, Omb32f borderValue, Omb8u* pBuffer);
+
+/* Work-buffer sizes of the fixed-kernel filters. */
+OMB_API OmbResult ombiFilterSobelHorizGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelHorizGetBufferSize_8u8s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelHorizGetBufferSize_32f_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelVertGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelVertGetBufferSize_8u8s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelVertGetBufferSize_32f_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelNegVertGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelNegVertGetBufferSize_8u8s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelNegVertGetBufferSize_32f_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelHorizSecondGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelHorizSecondGetBufferSize_8u8s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelHorizSecondGetBufferSize_32f_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelVertSecondGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelVertSecondGetBufferSize_8u8s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelVertSecondGetBufferSize_32f_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelCrossGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelCrossGetBufferSize_8u8s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterSobelCrossGetBufferSize_32f_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterLaplacianGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterLaplacianGetBufferSize_8u8s_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterLaplacianGetBufferSize_32f_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterScharrHorizGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterScharrHorizGetBufferSize_8u8s_C1R(OmbRoiSize roiSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterScharrHorizGetBufferSize_32f_C1R(OmbRoiSize roiSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterScharrVertGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterScharrVertGetBufferSize_8u8s_C1R(OmbRoiSize roiSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterScharrVertGetBufferSize_32f_C1R(OmbRoiSize roiSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterLowpassGetBufferSize_8u_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+OMB_API OmbResult ombiFilterLowpassGetBufferSize_32f_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
+
 OMB_EXTERN_C_END
 
 #endif /* OMBCV_H */

@@ -60,6 +60,19 @@ typedef enum {
   ombResultKernelNotSymmetricWarning = 38
 } OmbResult;
 
+/* How a filter makes up pixels outside the image: a 32-bit signed code.
+ * Constant uses the caller's border value; replicate repeats the edge pixel;
+ * wrap continues from the opposite side; mirror reflects about the edge
+ * pixel without repeating it; mirror-edge reflects with it repeated. */
+typedef int OmbBorderType;
+enum {
+  ombBorderConstant = 0,
+  ombBorderReplicate = 1,
+  ombBorderWrap = 2,
+  ombBorderMirror = 3,
+  ombBorderMirrorEdge = 4
+};
+
 /* Opaque Haar stage states (one classifier stage each). */
 typedef struct OmbHaarStage_32f OmbHaarStage_32f;
 typedef struct OmbHaarStage_32s OmbHaarStage_32s;

@@ -1,0 +1,7 @@
+#include "filters/newconvol_bench.hpp"
+
+namespace ombbench {
+
+void AddNewConvolBenchmarks() {}
+
+}  // namespace ombbench

@@ -1,0 +1,7 @@
+#include "filters/separable_bench.hpp"
+
+namespace ombbench {
+
+void AddSeparableBenchmarks() {}
+
+}  // namespace ombbench
