@@ -6,7 +6,8 @@
 namespace omb_test {
 namespace {
 
-enum Stage { kNull, kSize, kStep, kAlign, kCoi, kParam0 };
+// Parameters tested before the steps take the stages kSize + 1 + j.
+enum Stage { kNull = 0, kSize = 1, kStep = 100, kAlign, kCoi, kParam0 };
 
 struct Fault {
   int stage;
@@ -30,6 +31,7 @@ std::vector<Fault> Faults(const ArgFront& f) {
     const std::string n = "image " + std::to_string(i);
     add(kNull, n + " null", "ptr" + n, ombResultNullPointer,
         [i](CallArgs& a) { a.ptr[i] = nullptr; });
+    if (im.pointer_only) continue;
     // The row length as the arguments in force make it.
     auto row_of = [&f, i, eb](const CallArgs& a) {
       const ArgImage& m = f.images[i];
@@ -70,7 +72,9 @@ std::vector<Fault> Faults(const ArgFront& f) {
       std::ostringstream what;
       what << "param " << j << " = " << v;
       const int index = f.params[j].index;
-      add(kParam0 + static_cast<int>(j), what.str(), "p" + std::to_string(j),
+      const int stage = f.params[j].before_steps ? kSize + 1 + static_cast<int>(j)
+                                                 : kParam0 + static_cast<int>(j);
+      add(stage, what.str(), "p" + std::to_string(j),
           f.params[j].status, [index, v](CallArgs& a) { a.p[index] = v; });
     }
   }

@@ -25,6 +25,9 @@ struct ArgImage {
   // has and that its row-length minimum includes.
   int extra_cols = 0;
   int extra_rows = 0;
+  // An argument tested for null only (a row-pointer array, a kernel, a work
+  // buffer): no step faults are tried on it and its step is left valid.
+  bool pointer_only = false;
 };
 
 // One family parameter: its index in CallArgs::p, values that must be
@@ -33,6 +36,9 @@ struct ArgParam {
   int index;
   std::vector<double> bad;
   OmbResult status;
+  // Tested right after the ROI size, before the steps (kernel sizes and
+  // anchors of some families); in description order among themselves.
+  bool before_steps = false;
 };
 
 struct CallArgs {
