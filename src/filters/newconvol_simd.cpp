@@ -1,0 +1,304 @@
+// Fixed-kernel filters, vectorised.
+//
+// Strategy. A band keeps a ring of K row-filtered intermediate rows per
+// plane (16-bit lanes for 8-bit sources, float for float sources) in its
+// slice of the work buffer, so each source row is row-filtered once. After
+// the first K - 1 rows are primed, one fused pass per output row filters the
+// newest source row, stores it into the ring slot of the row that just left
+// the window and, still holding it in registers, combines it with the K - 1
+// older ring rows into the output row. With the taps compile-time constants
+// (shifts and adds for the integer lanes) and the rings a few rows of the
+// image width, everything the pass touches besides the source and the
+// output stays in the first-level cache.
+//
+// Borders. Only the first vector and the last two vectors of a row read
+// pixels made up by the border rule: they read small bordered copies of the
+// row's ends (left: N + 2r pixels, right: 2N + 2r) built per row; the
+// interior vectors read the source row itself. The last vector is shifted
+// left to end at the last pixel, recomputing a few pixels with identical
+// values. Rows above and below the ROI come from the border rule applied to
+// the row index; a constant border row is a row of the border value kept in
+// the slice. Images narrower than one vector take the scalar band routine
+// of newconvol_ref.hpp, which has the same arithmetic in the same order.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "filters/newconvol_simd.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <type_traits>
+
+#include "filters/newconvol.hpp"
+#include "filters/newconvol_ref.hpp"
+
+HWY_BEFORE_NAMESPACE();
+namespace omb {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR
+
+// Vector arithmetic of the Ops policy: wrapping 16-bit lanes or float.
+template <class D>
+struct VecOps {
+  using T = hn::TFromD<D>;
+  using V = hn::Vec<D>;
+  D d;
+  HWY_INLINE V Add(V a, V b) const { return hn::Add(a, b); }
+  HWY_INLINE V Sub(V a, V b) const { return hn::Sub(a, b); }
+  HWY_INLINE V Neg(V a) const {
+    if constexpr (hwy::IsFloat<T>()) {
+      return hn::Neg(a);  // flips the sign bit, as the scalar -a
+    } else {
+      return hn::Sub(hn::Zero(d), a);
+    }
+  }
+  template <int t>
+  HWY_INLINE V Mulc(V a) const {
+    if constexpr (hwy::IsFloat<T>()) {
+      return hn::Mul(a, hn::Set(d, static_cast<T>(t)));
+    } else if constexpr (t == 1) {
+      return a;
+    } else if constexpr (t == 2) {
+      return hn::ShiftLeft<1>(a);
+    } else if constexpr (t == 4) {
+      return hn::ShiftLeft<2>(a);
+    } else if constexpr (t == 8) {
+      return hn::ShiftLeft<3>(a);
+    } else if constexpr (t == 3) {
+      return hn::Add(hn::ShiftLeft<1>(a), a);
+    } else if constexpr (t == 6) {
+      return hn::ShiftLeft<1>(hn::Add(hn::ShiftLeft<1>(a), a));
+    } else if constexpr (t == 10) {
+      return hn::ShiftLeft<1>(hn::Add(hn::ShiftLeft<2>(a), a));
+    } else {
+      return hn::Mul(a, hn::Set(d, static_cast<T>(t)));
+    }
+  }
+};
+
+// Output conversions of one vector of column results, as in
+// newconvol_ref.hpp.
+template <class D>
+HWY_INLINE void StoreOut(const To16s&, D d, hn::Vec<D> s, std::int16_t* p) {
+  const hn::RebindToSigned<D> di;
+  hn::StoreU(hn::BitCast(di, s), di, p);
+}
+
+template <class D>
+HWY_INLINE void StoreOut(const To8s& out, D d, hn::Vec<D> s, std::int8_t* p) {
+  const hn::RebindToSigned<D> di;
+  const hn::Half<decltype(di)> dh;
+  const hn::Repartition<std::int32_t, D> d32;
+  const hn::Repartition<float, D> df;
+  const hn::Rebind<std::int8_t, decltype(d32)> d8;
+  const auto si = hn::BitCast(di, s);
+  const auto scale = hn::Set(df, out.scale);
+  // Truncating and then saturating equals clamping and then truncating.
+  const auto lo = hn::Mul(hn::ConvertTo(df, hn::PromoteTo(d32, hn::LowerHalf(dh, si))), scale);
+  const auto hi = hn::Mul(hn::ConvertTo(df, hn::PromoteTo(d32, hn::UpperHalf(dh, si))), scale);
+  hn::StoreU(hn::DemoteTo(d8, hn::ConvertTo(d32, lo)), d8, p);
+  hn::StoreU(hn::DemoteTo(d8, hn::ConvertTo(d32, hi)), d8, p + hn::Lanes(d32));
+  (void)d;
+}
+
+// The fixed-point averages are the high halves of 16-bit products:
+// (S * 7280 + 36400) >> 16 = ((S + 5) * 7280) >> 16, and S * 2621 >> 16;
+// both stay below 256, so the saturating narrowing only repacks.
+template <int K, class D>
+HWY_INLINE void StoreOut(const ToLow8u<K>&, D d, hn::Vec<D> s, std::uint8_t* p) {
+  const hn::RebindToSigned<D> di;
+  const hn::Rebind<std::uint8_t, D> d8;
+  hn::Vec<D> v;
+  if constexpr (K == 3) {
+    v = hn::MulHigh(hn::Add(s, hn::Set(d, 5)), hn::Set(d, 7280));
+  } else {
+    v = hn::MulHigh(s, hn::Set(d, 2621));
+  }
+  hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, v)), d8, p);
+}
+
+template <class D>
+HWY_INLINE void StoreOut(const To32f&, D d, hn::Vec<D> s, float* p) {
+  hn::StoreU(s, d, p);
+}
+
+template <int K, class D>
+HWY_INLINE void StoreOut(const ToLow32f<K>&, D d, hn::Vec<D> s, float* p) {
+  hn::StoreU(hn::Mul(s, hn::Set(d, ToLow32f<K>::kScale)), d, p);
+}
+
+template <class DI, class S>
+HWY_INLINE hn::Vec<DI> LoadSrc(DI di, const S* p) {
+  if constexpr (std::is_same_v<S, float>) {
+    return hn::LoadU(di, p);
+  } else {
+    const hn::Rebind<std::uint8_t, DI> d8;
+    return hn::PromoteTo(di, hn::LoadU(d8, p));
+  }
+}
+
+template <class F, class S, class Out>
+void BandVec(const BandIo<S, Out>& io, int y0, int rows, std::uint8_t* slice) {
+  using I = InterOf<S>;
+  using Dst = typename Out::Dst;
+  using DI = hn::ScalableTag<I>;
+  constexpr int K = F::kSize, r = K / 2;
+  const DI di;
+  const VecOps<DI> o{di};
+  const int n = static_cast<int>(hn::Lanes(di));
+  const int w = io.width;
+  if (w < n) return ref::Band<F>(io, y0, rows, slice);
+
+  // Slice: rings (plane 0, plane 1), constant row, left and right strips.
+  const std::size_t row_elems = Align32(sizeof(I) * w) / sizeof(I);
+  I* const ring = reinterpret_cast<I*>(slice);
+  std::uint8_t* p = slice + F::kPlanes * K * row_elems * sizeof(I);
+  S* const const_row = reinterpret_cast<S*>(p);
+  p += Align32(sizeof(S) * w);
+  S* const left = reinterpret_cast<S*>(p);
+  p += Align32(sizeof(S) * (n + 2 * r));
+  S* const right = reinterpret_cast<S*>(p);
+  if (io.border == ombBorderConstant) std::fill(const_row, const_row + w, io.border_value);
+
+  auto slot = [&](int plane, int j) {
+    return ring + (plane * K + FloorMod(j, K)) * row_elems;
+  };
+
+  // Row-filters extended source row j into its ring slots and, when
+  // `dst` is given, forms that output row from the window ending at j.
+  auto pass = [&](int j, Dst* dst) HWY_ATTR {
+    const S* src = io.SourceRow(j);
+    const S* row = src != nullptr ? src : const_row;
+    for (int i = 0; i < n + 2 * r; ++i) left[i] = io.Ext(src, i - r);
+    const int right_x = w - 2 * n;  // output position of right[r]
+    for (int i = 0; i < 2 * n + 2 * r; ++i) right[i] = io.Ext(src, right_x - r + i);
+    I* const a_new = slot(0, j);
+    I* const b_new = slot(1, j);
+    const I* pa[K];
+    const I* pb[K];
+    for (int i = 0; i < K; ++i) {
+      pa[i] = slot(0, j - K + 1 + i);
+      pb[i] = slot(1, j - K + 1 + i);
+    }
+    auto vec = [&](int x, const S* e) HWY_ATTR {
+      auto get = [&](int i) HWY_ATTR { return LoadSrc(di, e + i); };
+      const auto a = ApplyTaps<typename F::Row0>(o, get);
+      hn::StoreU(a, di, a_new + x);
+      auto b = a;
+      if constexpr (F::kPlanes == 2) {
+        b = ApplyTaps<typename F::Row1>(o, get);
+        hn::StoreU(b, di, b_new + x);
+      }
+      if (dst != nullptr) {
+        const auto s = F::Column(
+            o, [&](int i) HWY_ATTR { return i == K - 1 ? a : hn::LoadU(di, pa[i] + x); },
+            [&](int i) HWY_ATTR { return i == K - 1 ? b : hn::LoadU(di, pb[i] + x); });
+        StoreOut(io.out, di, s, dst + x);
+      }
+    };
+    vec(0, left);
+    int x = n;
+    for (; x + n + r <= w; x += n) vec(x, row + x - r);
+    for (; x < w; x += n) {
+      const int q = std::min(x, w - n);
+      vec(q, right + (q - right_x));
+    }
+  };
+
+  for (int j = y0 - r; j < y0 + r; ++j) pass(j, nullptr);
+  for (int y = y0; y < y0 + rows; ++y) pass(y + r, io.DestRow(y));
+}
+
+#else  // The single-lane target: the scalar band routine.
+
+template <class F, class S, class Out>
+void BandVec(const BandIo<S, Out>& io, int y0, int rows, std::uint8_t* slice) {
+  ref::Band<F>(io, y0, rows, slice);
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+
+template <class F, class S, class Out>
+void Run(const FixedJob& job, const Out& out, int y0, int rows, std::uint8_t* slice) {
+  const BandIo<S, Out> io{static_cast<const S*>(job.src),
+                          job.src_step,
+                          static_cast<typename Out::Dst*>(job.dst),
+                          job.dst_step,
+                          job.roi.width,
+                          job.roi.height,
+                          job.border,
+                          static_cast<S>(job.border_value),
+                          out};
+  BandVec<F>(io, y0, rows, slice);
+}
+
+// The derivative and Laplacian filters of one source/destination pair.
+template <class S, class Out>
+void Derivative(const FixedJob& job, const Out& out, int y0, int rows, std::uint8_t* slice) {
+  const bool k5 = job.mask == 5;
+  switch (job.kind) {
+    case FixedKind::kSobelHoriz:
+      return k5 ? Run<Separable<Smooth5, ColDiff5>, S>(job, out, y0, rows, slice)
+                : Run<Separable<Smooth3, ColDiff3>, S>(job, out, y0, rows, slice);
+    case FixedKind::kSobelVert:
+      return k5 ? Run<Separable<RowDiff5, Smooth5>, S>(job, out, y0, rows, slice)
+                : Run<Separable<RowDiff3, Smooth3>, S>(job, out, y0, rows, slice);
+    case FixedKind::kSobelNegVert:
+      return k5 ? Run<Separable<RowDiff5, Smooth5, true>, S>(job, out, y0, rows, slice)
+                : Run<Separable<RowDiff3, Smooth3, true>, S>(job, out, y0, rows, slice);
+    case FixedKind::kSobelHorizSecond:
+      return k5 ? Run<Separable<Smooth5, Second5>, S>(job, out, y0, rows, slice)
+                : Run<Separable<Smooth3, Second3>, S>(job, out, y0, rows, slice);
+    case FixedKind::kSobelVertSecond:
+      return k5 ? Run<Separable<Second5, Smooth5>, S>(job, out, y0, rows, slice)
+                : Run<Separable<Second3, Smooth3>, S>(job, out, y0, rows, slice);
+    case FixedKind::kSobelCross:
+      return k5 ? Run<Separable<RowDiff5, ColDiff5>, S>(job, out, y0, rows, slice)
+                : Run<Separable<RowDiff3, ColDiff3>, S>(job, out, y0, rows, slice);
+    case FixedKind::kLaplacian:
+      return k5 ? Run<Laplacian5, S>(job, out, y0, rows, slice)
+                : Run<Laplacian3, S>(job, out, y0, rows, slice);
+    case FixedKind::kScharrHoriz:
+      return Run<Separable<ScharrSmooth, ScharrDiff>, S>(job, out, y0, rows, slice);
+    case FixedKind::kScharrVert:
+      return Run<Separable<ScharrDiff, ScharrSmooth>, S>(job, out, y0, rows, slice);
+    case FixedKind::kLowpass:
+      break;
+  }
+}
+
+void FixedBandDispatch(const FixedJob& job, int y0, int rows, std::uint8_t* slice) {
+  const bool k5 = job.mask == 5;
+  if (job.kind == FixedKind::kLowpass) {
+    if (job.out == FixedOut::k8u) {
+      return k5 ? Run<Separable<Box5, Box5>, std::uint8_t>(job, ToLow8u<5>{}, y0, rows, slice)
+                : Run<Separable<Box3, Box3>, std::uint8_t>(job, ToLow8u<3>{}, y0, rows, slice);
+    }
+    return k5 ? Run<Separable<Box5, Box5>, float>(job, ToLow32f<5>{}, y0, rows, slice)
+              : Run<Separable<Box3, Box3>, float>(job, ToLow32f<3>{}, y0, rows, slice);
+  }
+  switch (job.out) {
+    case FixedOut::k16s:
+      return Derivative<std::uint8_t>(job, To16s{}, y0, rows, slice);
+    case FixedOut::k8s:
+      return Derivative<std::uint8_t>(job, To8s{job.scale}, y0, rows, slice);
+    case FixedOut::k32f:
+      return Derivative<float>(job, To32f{}, y0, rows, slice);
+    case FixedOut::k8u:
+      break;
+  }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace omb
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace omb {
+HWY_EXPORT(FixedBandDispatch);
+void FixedFilterBand(const FixedJob& job, int first_row, int rows, std::uint8_t* slice) {
+  HWY_DYNAMIC_DISPATCH(FixedBandDispatch)(job, first_row, rows, slice);
+}
+}  // namespace omb
+#endif  // HWY_ONCE
