@@ -138,15 +138,63 @@ HWY_INLINE hn::Vec<DI> LoadSrc(DI di, const S* p) {
   }
 }
 
+// One vector of output positions x..x+N-1 of a row: row-filters the
+// extended pixels starting at e into the new ring slots and, for kColumn,
+// combines them with the K - 1 older ring rows into dst.
+template <class F, bool kColumn, class DI, class S, class Out>
+HWY_INLINE void Step(DI di, const Out& out, const S* HWY_RESTRICT e, int x,
+                     InterOf<S>* HWY_RESTRICT a_new, InterOf<S>* HWY_RESTRICT b_new,
+                     const InterOf<S>* const* pa, const InterOf<S>* const* pb,
+                     typename Out::Dst* HWY_RESTRICT dst) {
+  constexpr int K = F::kSize;
+  const VecOps<DI> o{di};
+  auto get = [di, e](int i) HWY_ATTR { return LoadSrc(di, e + i); };
+  const auto a = ApplyTaps<typename F::Row0>(o, get);
+  hn::StoreU(a, di, a_new + x);
+  auto b = a;
+  if constexpr (F::kPlanes == 2) {
+    b = ApplyTaps<typename F::Row1>(o, get);
+    hn::StoreU(b, di, b_new + x);
+  }
+  if constexpr (kColumn) {
+    const auto s = F::Column(
+        o, [&](int i) HWY_ATTR { return i == K - 1 ? a : hn::LoadU(di, pa[i] + x); },
+        [&](int i) HWY_ATTR { return i == K - 1 ? b : hn::LoadU(di, pb[i] + x); });
+    StoreOut(out, di, s, dst + x);
+  }
+}
+
+// One extended source row (src null: constant row `row`): its first
+// vector reads the left strip, the interior the row itself, and the last
+// vectors the right strip, the very last shifted to end at the last pixel.
+template <class F, bool kColumn, class S, class Out>
+HWY_NOINLINE void PassRow(const BandIo<S, Out>& io, const S* src, const S* row, S* left,
+                          S* right, InterOf<S>* a_new, InterOf<S>* b_new,
+                          const InterOf<S>* const* pa, const InterOf<S>* const* pb,
+                          typename Out::Dst* dst) {
+  using DI = hn::ScalableTag<InterOf<S>>;
+  constexpr int r = F::kSize / 2;
+  const DI di;
+  const int n = static_cast<int>(hn::Lanes(di));
+  const int w = io.width;
+  const int right_x = w - 2 * n;  // output position whose pixels start right[]
+  for (int i = 0; i < n + 2 * r; ++i) left[i] = io.Ext(src, i - r);
+  for (int i = 0; i < 2 * n + 2 * r; ++i) right[i] = io.Ext(src, right_x - r + i);
+  const Out out = io.out;
+  Step<F, kColumn>(di, out, left, 0, a_new, b_new, pa, pb, dst);
+  int x = n;
+  for (; x + n + r <= w; x += n) Step<F, kColumn>(di, out, row + x - r, x, a_new, b_new, pa, pb, dst);
+  for (; x < w; x += n) {
+    const int q = std::min(x, w - n);
+    Step<F, kColumn>(di, out, right + (q - right_x), q, a_new, b_new, pa, pb, dst);
+  }
+}
+
 template <class F, class S, class Out>
 void BandVec(const BandIo<S, Out>& io, int y0, int rows, std::uint8_t* slice) {
   using I = InterOf<S>;
-  using Dst = typename Out::Dst;
-  using DI = hn::ScalableTag<I>;
   constexpr int K = F::kSize, r = K / 2;
-  const DI di;
-  const VecOps<DI> o{di};
-  const int n = static_cast<int>(hn::Lanes(di));
+  const int n = static_cast<int>(hn::Lanes(hn::ScalableTag<I>()));
   const int w = io.width;
   if (w < n) return ref::Band<F>(io, y0, rows, slice);
 
@@ -161,51 +209,24 @@ void BandVec(const BandIo<S, Out>& io, int y0, int rows, std::uint8_t* slice) {
   S* const right = reinterpret_cast<S*>(p);
   if (io.border == ombBorderConstant) std::fill(const_row, const_row + w, io.border_value);
 
-  auto slot = [&](int plane, int j) {
-    return ring + (plane * K + FloorMod(j, K)) * row_elems;
-  };
-
-  // Row-filters extended source row j into its ring slots and, when
-  // `dst` is given, forms that output row from the window ending at j.
-  auto pass = [&](int j, Dst* dst) HWY_ATTR {
+  auto slot = [&](int plane, int j) { return ring + (plane * K + FloorMod(j, K)) * row_elems; };
+  // Row-filters extended source row j into its ring slots and, when `dst`
+  // is given, forms that output row from the window ending at j.
+  auto pass = [&](int j, typename Out::Dst* dst) {
     const S* src = io.SourceRow(j);
-    const S* row = src != nullptr ? src : const_row;
-    for (int i = 0; i < n + 2 * r; ++i) left[i] = io.Ext(src, i - r);
-    const int right_x = w - 2 * n;  // output position of right[r]
-    for (int i = 0; i < 2 * n + 2 * r; ++i) right[i] = io.Ext(src, right_x - r + i);
-    I* const a_new = slot(0, j);
-    I* const b_new = slot(1, j);
     const I* pa[K];
     const I* pb[K];
     for (int i = 0; i < K; ++i) {
       pa[i] = slot(0, j - K + 1 + i);
       pb[i] = slot(1, j - K + 1 + i);
     }
-    auto vec = [&](int x, const S* e) HWY_ATTR {
-      auto get = [&](int i) HWY_ATTR { return LoadSrc(di, e + i); };
-      const auto a = ApplyTaps<typename F::Row0>(o, get);
-      hn::StoreU(a, di, a_new + x);
-      auto b = a;
-      if constexpr (F::kPlanes == 2) {
-        b = ApplyTaps<typename F::Row1>(o, get);
-        hn::StoreU(b, di, b_new + x);
-      }
-      if (dst != nullptr) {
-        const auto s = F::Column(
-            o, [&](int i) HWY_ATTR { return i == K - 1 ? a : hn::LoadU(di, pa[i] + x); },
-            [&](int i) HWY_ATTR { return i == K - 1 ? b : hn::LoadU(di, pb[i] + x); });
-        StoreOut(io.out, di, s, dst + x);
-      }
-    };
-    vec(0, left);
-    int x = n;
-    for (; x + n + r <= w; x += n) vec(x, row + x - r);
-    for (; x < w; x += n) {
-      const int q = std::min(x, w - n);
-      vec(q, right + (q - right_x));
+    const S* row = src != nullptr ? src : const_row;
+    if (dst == nullptr) {
+      PassRow<F, false>(io, src, row, left, right, slot(0, j), slot(1, j), pa, pb, dst);
+    } else {
+      PassRow<F, true>(io, src, row, left, right, slot(0, j), slot(1, j), pa, pb, dst);
     }
   };
-
   for (int j = y0 - r; j < y0 + r; ++j) pass(j, nullptr);
   for (int y = y0; y < y0 + rows; ++y) pass(y + r, io.DestRow(y));
 }
