@@ -37,13 +37,6 @@ struct RowJob {
 };
 void FilterRows(const RowJob& job);
 
-// Bytes of edge strips one band needs: the left strip (anchor made-up
-// pixels and up to ksize - 1 source pixels) and the right strip (up to
-// ksize - 1 source pixels and ksize - anchor - 1 made-up pixels).
-inline std::int64_t RowStripBytes(int ksize, int channels, int elem_bytes) {
-  return (3 * std::int64_t{ksize} - 3) * channels * elem_bytes;
-}
-
 // One band of the column pass.
 struct ColumnJob {
   SepArith arith;

@@ -114,60 +114,44 @@ TEST(SeparableSobelKernel, MatchesBinomialModel) {
   }
 }
 
-// Rows before the first null destination pointer are written, none after;
-// the float form reports the null pointer, the integer forms success.
-TEST(SeparableRowPass, StopsAtFirstNullRow) {
-  std::vector<Omb16s> src(5 * 4, 100);
-  std::vector<Omb32f> srcf(5 * 4, 100);
-  std::vector<Omb16s> dst(5 * 4, 7);
-  std::vector<Omb32f> dstf(5 * 4, 7);
+// Single calls: rows before the first null destination pointer are written
+// (the float form then reports it); a missing C3 border array is refused
+// for the constant border only; `_Low` sums wrap (40000 / 1 gives
+// 40000 - 65536), and the column form's scaled sum may be exactly 2^31 (a
+// sum just below it rounds up in float), whose low 16 bits are 0.
+TEST(SeparablePass, SingleCallBehaviours) {
+  std::vector<Omb8u> buf(1 << 16);
+  std::vector<Omb16s> src(20, 100), dst(20, 7);
+  std::vector<Omb32f> srcf(20, 100), dstf(20, 7);
   Omb16s* rows[4] = {&dst[0], &dst[5], nullptr, &dst[15]};
   Omb32f* rowsf[4] = {&dstf[0], &dstf[5], nullptr, &dstf[15]};
   const Omb16s k[3] = {1, 1, 1};
   const Omb32f kf[3] = {1, 1, 1};
-  std::vector<Omb8u> buf(1 << 16);
   EXPECT_EQ(ombiFilterRowBorderPipeline_16s_C1R(src.data(), 10, rows, {5, 4}, k, 3, 1, ombBorderReplicate, 0, 1, buf.data()), ombResultOk);
   EXPECT_EQ(ombiFilterRowBorderPipeline_32f_C1R(srcf.data(), 20, rowsf, {5, 4}, kf, 3, 1, ombBorderReplicate, 0, buf.data()), ombResultNullPointer);
   for (int i = 0; i < 20; ++i) {
     EXPECT_EQ(dst[i], i < 10 ? 300 : 7) << i;
     EXPECT_EQ(dstf[i], i < 10 ? 300.0f : 7.0f) << i;
   }
-}
-
-// A missing C3 border array is refused for the constant border (after the
-// other checks) and never read for the others.
-TEST(SeparableRowPass, C3BorderValuesOnlyForConstant) {
-  std::vector<Omb8u> src(3 * 4, 10);
-  std::vector<Omb16s> dst(3 * 4, 7);
-  Omb16s* rows[1] = {dst.data()};
-  const Omb16s k[3] = {1, 1, 1};
-  std::vector<Omb8u> buf(1 << 16);
-  EXPECT_EQ(ombiFilterRowBorderPipeline_8u16s_C3R(src.data(), 12, rows, {4, 1}, k, 3, 1, ombBorderConstant, nullptr, 1, buf.data()), ombResultNullPointer);
-  EXPECT_EQ(dst[0], 7);
-  EXPECT_EQ(ombiFilterRowBorderPipeline_8u16s_C3R(src.data(), 12, rows, {4, 1}, k, 3, 1, ombBorderConstant, nullptr, 0, buf.data()), ombResultBadArgument);
-  EXPECT_EQ(ombiFilterRowBorderPipeline_8u16s_C3R(src.data(), 12, rows, {4, 1}, k, 3, 1, ombBorderWrap, nullptr, 1, buf.data()), ombResultOk);
+  const Omb8u bytes[12] = {10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10};
+  EXPECT_EQ(ombiFilterRowBorderPipeline_8u16s_C3R(bytes, 12, rows, {4, 1}, k, 3, 1, ombBorderConstant, nullptr, 1, buf.data()), ombResultNullPointer);
+  EXPECT_EQ(dst[0], 300);
+  EXPECT_EQ(ombiFilterRowBorderPipeline_8u16s_C3R(bytes, 12, rows, {4, 1}, k, 3, 1, ombBorderConstant, nullptr, 0, buf.data()), ombResultBadArgument);
+  EXPECT_EQ(ombiFilterRowBorderPipeline_8u16s_C3R(bytes, 12, rows, {4, 1}, k, 3, 1, ombBorderWrap, nullptr, 1, buf.data()), ombResultOk);
   EXPECT_EQ(dst[0], 30);
-}
 
-// `_Low` sums wrap: 40000 with divisor 1 gives 40000 - 65536. The column
-// form's scaled sum can be exactly 2^31 (a sum just below 2^31 rounds up
-// in float); its low 16 bits are 0, not those of a saturated value.
-TEST(SeparableLow, WrapsInsteadOfSaturating) {
-  std::vector<Omb16s> src(16, 20000), dst(16, 0);
-  Omb16s* rows[1] = {dst.data()};
+  std::vector<Omb16s> half(16, 20000), big(16, 32767);
   const Omb16s k2[2] = {1, 1};
-  std::vector<Omb8u> buf(1 << 16);
-  ASSERT_EQ(ombiFilterRowBorderPipeline_Low_16s_C1R(src.data(), 32, rows, {16, 1}, k2, 2, 0, ombBorderReplicate, 0, 1, buf.data()), ombResultOk);
-  EXPECT_EQ(dst[3], 40000 - 65536);
-  std::vector<Omb16s> big(16, 32767);
+  ASSERT_EQ(ombiFilterRowBorderPipeline_Low_16s_C1R(half.data(), 32, rows, {16, 1}, k2, 2, 0, ombBorderReplicate, 0, 1, buf.data()), ombResultOk);
+  EXPECT_EQ(rows[0][3], 40000 - 65536);
   const Omb16s* crows[3] = {big.data(), big.data(), big.data()};
   const Omb16s k3[3] = {32767, 32767, 4};  // sum 2^31 - 2
   for (int divisor : {1, -1}) {
-    ASSERT_EQ(ombiFilterColumnPipeline_Low_16s_C1R(crows, dst.data(), 32, {16, 1}, k3, 3, divisor, buf.data()), ombResultOk);
-    for (int x = 0; x < 16; ++x) EXPECT_EQ(dst[x], 0) << x;
+    ASSERT_EQ(ombiFilterColumnPipeline_Low_16s_C1R(crows, half.data(), 32, {16, 1}, k3, 3, divisor, buf.data()), ombResultOk);
+    for (int x = 0; x < 16; ++x) EXPECT_EQ(half[x], 0) << x;
   }
-  ASSERT_EQ(ombiFilterColumnPipeline_16s_C1R(crows, dst.data(), 32, {16, 1}, k3, 3, 1, buf.data()), ombResultOk);
-  EXPECT_EQ(dst[15], 32767);
+  ASSERT_EQ(ombiFilterColumnPipeline_16s_C1R(crows, half.data(), 32, {16, 1}, k3, 3, 1, buf.data()), ombResultOk);
+  EXPECT_EQ(half[15], 32767);
 }
 
 }  // namespace
