@@ -148,6 +148,17 @@ HWY_INLINE void SpanTaps(const A& a, const Taps& taps, int ksize, int count,
       t[j] = a.Tap(j);
       p[j] = taps.Ptr(j);
     }
+    // Two independent vectors per step keep both add chains in flight.
+    for (; m + 2 * n <= count; m += 2 * n) {
+      V s0 = A::Mul(t[0], a.Load(p[0] + m));
+      V s1 = A::Mul(t[0], a.Load(p[0] + m + n));
+      for (int j = 1; j < kTaps; ++j) {
+        s0 = A::Add(s0, A::Mul(t[j], a.Load(p[j] + m)));
+        s1 = A::Add(s1, A::Mul(t[j], a.Load(p[j] + m + n)));
+      }
+      a.Store(s0, out + m);
+      a.Store(s1, out + m + n);
+    }
     for (; m + n <= count; m += n) {
       V s = A::Mul(t[0], a.Load(p[0] + m));
       for (int j = 1; j < kTaps; ++j) s = A::Add(s, A::Mul(t[j], a.Load(p[j] + m)));
