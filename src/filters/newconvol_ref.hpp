@@ -168,10 +168,11 @@ inline std::int16_t AsSigned16(std::uint16_t v) {
   return s;
 }
 
-// The 16-bit sum as it is.
+// The 16-bit sum as it is. The destination step has no alignment rule, so
+// a pixel may sit at an odd address: it is stored bytewise.
 struct To16s {
   using Dst = std::int16_t;
-  void Put(std::uint16_t s, Dst* d) const { *d = AsSigned16(s); }
+  void Put(std::uint16_t s, Dst* d) const { std::memcpy(d, &s, sizeof s); }
 };
 
 // The 16-bit sum in float times the reciprocal of the divisor, clamped to

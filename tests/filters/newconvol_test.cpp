@@ -308,10 +308,13 @@ struct Buffer {
 void RunCase(const Front& f, const Case& c, Rng& rng) {
   SCOPED_TRACE(::testing::Message() << c.w << "x" << c.h << " mask " << c.k << " border " << c.border
                                     << " divisor " << c.divisor);
-  // Padding in whole elements: float steps must stay multiples of 4.
+  // Padding in whole elements: float steps must stay multiples of 4, and
+  // float images start on float boundaries; 16-bit ones may start anywhere.
   Layout sl = c.src_layout, dl = c.dst_layout;
   sl.pad_bytes *= ElemBytes(f.src);
+  sl.shift *= ElemBytes(f.src);
   dl.pad_bytes *= ElemBytes(f.dst);
+  dl.shift *= f.dst == Elem::k32f ? 4 : 1;
   ImageBytes src(c.w, c.h, f.src, sl);
   FillRandom(src, rng, 0.05);
   ImageBytes dst(c.w, c.h, f.dst, dl);
