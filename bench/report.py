@@ -8,7 +8,9 @@ copy's GB/s and of_copy (kernel bytes/s over copy bytes/s). With
 --benchmark_repetitions the row shows the median of the repetitions and the
 range of of_copy across them.
 
-Then one PASS/FAIL line for each required figure (1920x1080, 1 thread).
+Then one PASS/FAIL line for each required figure: copy-relative figures and
+absolute MPix/s figures at 1920x1080 on 1 thread, and for the filters that
+split their rows among threads, the 2-thread speed-up over 1 thread.
 
 Examples:
   bench/report.py                                  # run the whole suite
@@ -38,6 +40,27 @@ REQUIRED = [
     ("ombiAdd_8u32f_C1IMR", 0.75),
     ("ombiAddWeighted_8u32f_C1IMR", 0.75),
 ]
+
+# (benchmark name without its "/threads:<n>" part, minimum MPix/s at 1
+# thread). Every one of these splits its rows at 2 threads, so each also
+# has to reach SCALING times its 1-thread figure there.
+SOBEL = ["SobelHoriz", "SobelVert", "SobelNegVert", "SobelHorizSecond",
+         "SobelVertSecond", "SobelCross"]
+REQUIRED_MPIX = (
+    [("ombiFilter%sBorder_8u16s_C1R/1920x1080/3x3" % f, 3400) for f in SOBEL]
+    + [("ombiFilter%sBorder_8u16s_C1R/1920x1080/5x5" % f, 650) for f in SOBEL]
+    + [("ombiFilterScharrHorizBorder_8u16s_C1R/1920x1080/3x3", 3400),
+       ("ombiFilterScharrVertBorder_8u16s_C1R/1920x1080/3x3", 3400),
+       ("ombiFilterLaplacianBorder_8u16s_C1R/1920x1080/3x3", 1600),
+       ("ombiFilterLaplacianBorder_8u16s_C1R/1920x1080/5x5", 250),
+       ("ombiFilterLowpassBorder_8u_C1R/1920x1080/3x3", 1200),
+       ("ombiFilterLowpassBorder_8u_C1R/1920x1080/5x5", 700),
+       ("ombiFilterLowpassBorder_32f_C1R/1920x1080/3x3", 550),
+       ("ombiFilterSobelHorizBorder_32f_C1R/1920x1080/3x3", 1700),
+       ("ombiFilterSobelVertBorder_32f_C1R/1920x1080/3x3", 1700),
+       ("ombiFilterRowBorderPipeline_8u16s_C1R+ombiFilterColumnPipeline_16s_C1R"
+        "/1920x1080", 700)])
+SCALING = 1.7
 
 
 def default_binary():
@@ -167,8 +190,30 @@ def check_required(rows):
         met += ok
         print("  %s %-52s of_copy %.3f %s %.2f" % (
             "PASS" if ok else "FAIL", name, value, ">=" if ok else "<", minimum))
-    print("Required figures met: %d of %d" % (met, len(REQUIRED)))
-    return met == len(REQUIRED)
+    for base, minimum in REQUIRED_MPIX:
+        one = by_name.get(base + "/threads:1")
+        two = by_name.get(base + "/threads:2")
+        rate1 = one.value("items_per_second") if one and not one.error else None
+        rate2 = two.value("items_per_second") if two and not two.error else None
+        if rate1 is None:
+            print("  FAIL %-52s not measured (need >= %d MPix/s)" % (base, minimum))
+        else:
+            ok = rate1 * 1e-6 >= minimum
+            met += ok
+            print("  %s %-52s %.0f MPix/s %s %d" % (
+                "PASS" if ok else "FAIL", base + "/threads:1", rate1 * 1e-6,
+                ">=" if ok else "<", minimum))
+        if rate1 is None or rate2 is None:
+            print("  FAIL %-52s 2-thread speed-up not measured" % base)
+            continue
+        ok = rate2 >= SCALING * rate1
+        met += ok
+        print("  %s %-52s %.2fx at 2 threads %s %.1fx" % (
+            "PASS" if ok else "FAIL", base, rate2 / rate1, ">=" if ok else "<",
+            SCALING))
+    total = len(REQUIRED) + 2 * len(REQUIRED_MPIX)
+    print("Required figures met: %d of %d" % (met, total))
+    return met == total
 
 
 def main():
