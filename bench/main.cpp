@@ -3,6 +3,8 @@
 // process on the same machine.
 #include "detection/haar_bench.hpp"
 #include "detection/integral_bench.hpp"
+#include "edges/canny_bench.hpp"
+#include "edges/gradient_bench.hpp"
 #include "filters/newconvol_bench.hpp"
 #include "filters/separable_bench.hpp"
 #include "pixelwise/pixelwise_bench.hpp"
@@ -16,5 +18,7 @@ int main(int argc, char** argv) {
                                ombbench::AddHaarBenchmarks();
                                ombbench::AddSeparableBenchmarks();
                                ombbench::AddNewConvolBenchmarks();
+                               ombbench::AddCannyBenchmarks();
+                               ombbench::AddGradientBenchmarks();
                              });
 }

@@ -250,6 +250,27 @@ OMB_API OmbResult ombiFilterScharrVertGetBufferSize_32f_C1R(OmbRoiSize roiSize, 
 OMB_API OmbResult ombiFilterLowpassGetBufferSize_8u_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
 OMB_API OmbResult ombiFilterLowpassGetBufferSize_32f_C1R(OmbRoiSize roiSize, int maskSize, int* pBufferSize);
 
+/* ---- Canny edge detector ----------------------------------------------- */
+
+/* Edges (255) and non-edges (0) from the horizontal and vertical first
+ * derivatives: L1 magnitude, non-maximum suppression along four directions
+ * and 8-connected hysteresis between the two thresholds. The work buffer
+ * holds everything; its size comes from ombiCannyGetSize. */
+OMB_API OmbResult ombiCannyGetSize(OmbRoiSize roiSize, int* pBufferSize);
+OMB_API OmbResult ombiCanny_16s8u_C1R(const Omb16s* pSrcDx, int srcDxStep, const Omb16s* pSrcDy, int srcDyStep, Omb8u* pDstEdges, int dstEdgeStep, OmbRoiSize roiSize, Omb32f lowThresh, Omb32f highThresh, Omb8u* pBuffer);
+OMB_API OmbResult ombiCanny_32f8u_C1R(const Omb32f* pSrcDx, int srcDxStep, const Omb32f* pSrcDy, int srcDyStep, Omb8u* pDstEdges, int dstEdgeStep, OmbRoiSize roiSize, Omb32f lowThresh, Omb32f highThresh, Omb8u* pBuffer);
+
+/* ---- Fast arctangent and colour gradient reduction --------------------- */
+
+/* Gradient direction in degrees, about [-0.14, 360], from y and x arrays. */
+OMB_API OmbResult ombibFastArctan_32f(const Omb32f* pSrcY, const Omb32f* pSrcX, Omb32f* pDst, int length);
+
+/* One channel from three by a per-pixel norm: 0 maximum, 1 L1, 2 L2. The
+ * integer forms average over the channels, the float form does not. */
+OMB_API OmbResult ombiGradientColorToGray_8u_C3C1R(const Omb8u* pSrc, int srcStep, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, int norm);
+OMB_API OmbResult ombiGradientColorToGray_16u_C3C1R(const Omb16u* pSrc, int srcStep, Omb16u* pDst, int dstStep, OmbRoiSize roiSize, int norm);
+OMB_API OmbResult ombiGradientColorToGray_32f_C3C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, int norm);
+
 OMB_EXTERN_C_END
 
 #endif /* OMBCV_H */

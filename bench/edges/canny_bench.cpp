@@ -1,0 +1,7 @@
+#include "edges/canny_bench.hpp"
+
+namespace ombbench {
+
+void AddCannyBenchmarks() {}
+
+}  // namespace ombbench

@@ -1,0 +1,7 @@
+#include "edges/gradient_bench.hpp"
+
+namespace ombbench {
+
+void AddGradientBenchmarks() {}
+
+}  // namespace ombbench
