@@ -1,0 +1,179 @@
+// ombiGradientColorToGray_* against a plain per-pixel model: every norm
+// and type, the listed values, random images with odd widths, padded steps
+// and ROIs inside larger images with guards, on every SIMD target; and the
+// order of the argument checks.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cfloat>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "ombcv.h"
+#include "support/arg_check.hpp"
+#include "support/test_image.hpp"
+
+namespace omb_test {
+namespace {
+
+// ---- model ------------------------------------------------------------------
+
+int Model(int norm, Omb8u a, Omb8u b, Omb8u c) {
+  const int s = a + b + c, q = a * a + b * b + c * c;
+  if (norm == 0) return std::max({a, b, c});
+  if (norm == 1) return (s * 1365 + 2048) >> 12;
+  return static_cast<int>(std::sqrt(static_cast<float>(q) / 3.0f) + 0.5f);
+}
+int Model(int norm, Omb16u a, Omb16u b, Omb16u c) {
+  const long long s = 0LL + a + b + c;
+  const double q = double(a) * a + double(b) * b + double(c) * c;
+  if (norm == 0) return std::max({a, b, c});
+  if (norm == 1) return static_cast<int>((s * 5461 + 8192) >> 14);
+  return static_cast<int>(std::sqrt(q / 3.0) + 0.5);
+}
+// Channel 0 first; the maximum of magnitudes is NaN when any channel is.
+float Model(int norm, float a, float b, float c) {
+  const float fa = std::fabs(a), fb = std::fabs(b), fc = std::fabs(c);
+  if (norm == 0) {
+    return std::isnan(a) || std::isnan(b) || std::isnan(c) ? NAN : std::max({fa, fb, fc});
+  }
+  if (norm == 1) return (fa + fb) + fc;
+  return std::sqrt((a * a + b * b) + c * c);
+}
+
+template <class T>
+bool Same(T got, decltype(Model(0, T(), T(), T())) want) {
+  if constexpr (std::is_same_v<T, float>) {
+    return std::isnan(want) ? std::isnan(got) : FloatBits(got) == FloatBits(want);
+  } else {
+    return got == want;
+  }
+}
+
+
+template <class T>
+using Fn = OmbResult (*)(const T*, int, T*, int, OmbRoiSize, int);
+
+// Runs fn on src into a fresh guarded destination and compares every pixel
+// with the model.
+template <class T>
+void ExpectModel(Fn<T> fn, const TestImage<T>& src, int norm, const Layout& dl) {
+  const int w = src.Width() / 3, h = src.Height();
+  TestImage<T> dst(w, h, dl);
+  ASSERT_EQ(fn(src.Roi(), src.Step(), dst.Roi(), dst.Step(), {w, h}, norm), 0);
+  EXPECT_TRUE(src.Unchanged());
+  EXPECT_TRUE(dst.GuardsIntact());
+  for (int y = 0; y < h; ++y) {
+    for (int x = 0; x < w; ++x) {
+      const T a = src.Get(3 * x, y), b = src.Get(3 * x + 1, y), c = src.Get(3 * x + 2, y);
+      ASSERT_TRUE(Same(dst.Get(x, y), Model(norm, a, b, c)))
+          << "norm " << norm << " at (" << x << ", " << y << "): channels " << +a << ", "
+          << +b << ", " << +c << " give " << +dst.Get(x, y) << ", want "
+          << +Model(norm, a, b, c);
+    }
+  }
+}
+
+template <class T>
+void RandomImages(Fn<T> fn) {
+  const int eb = static_cast<int>(sizeof(T));
+  Rng rng(7 + eb);
+  ForEachSimdTarget([&] {
+    for (int w : {1, 2, 15, 17, 63, 65, 67, 131, 257}) {
+      for (int norm : {0, 1, 2}) {
+        SCOPED_TRACE(::testing::Message() << "width " << w);
+        // Source: ROI inside a larger image with a padded step; the
+        // destination is offset and padded differently.
+        TestImage<T> src(3 * w, 3, {eb * 5, 3, 2, 2, eb});
+        FillRandom(src, rng, 0.1);
+        ExpectModel(fn, src, norm, {eb * 3, 1, 1, 1, 2 * eb});
+      }
+    }
+  });
+}
+
+TEST(GradientColor, RandomImages8u) { RandomImages<Omb8u>(ombiGradientColorToGray_8u_C3C1R); }
+TEST(GradientColor, RandomImages16u) { RandomImages<Omb16u>(ombiGradientColorToGray_16u_C3C1R); }
+TEST(GradientColor, RandomImages32f) { RandomImages<Omb32f>(ombiGradientColorToGray_32f_C3C1R); }
+
+// Listed values, each repeated across a row wide enough for the vector
+// blocks and a tail on every target.
+template <class T>
+struct Listed {
+  int norm;
+  T a, b, c;
+  decltype(Model(0, T(), T(), T())) want;
+};
+
+template <class T>
+void ExpectListed(Fn<T> fn, const std::vector<Listed<T>>& cases) {
+  const int w = 133;
+  ForEachSimdTarget([&] {
+    for (const Listed<T>& k : cases) {
+      TestImage<T> src(3 * w, 1);
+      for (int x = 0; x < w; ++x) {
+        src.Set(3 * x, 0, k.a);
+        src.Set(3 * x + 1, 0, k.b);
+        src.Set(3 * x + 2, 0, k.c);
+      }
+      src.Snapshot();
+      TestImage<T> dst(w, 1);
+      ASSERT_EQ(fn(src.Roi(), src.Step(), dst.Roi(), dst.Step(), {w, 1}, k.norm), 0);
+      for (int x = 0; x < w; ++x) {
+        ASSERT_TRUE(Same(dst.Get(x, 0), k.want))
+            << "norm " << k.norm << ", channels " << +k.a << ", " << +k.b << ", " << +k.c
+            << ": got " << +dst.Get(x, 0) << " at " << x;
+      }
+    }
+  });
+}
+
+TEST(GradientColor, ListedValues) {
+  ExpectListed<Omb8u>(ombiGradientColorToGray_8u_C3C1R, {
+      {2, 255, 255, 255, 255}, {1, 1, 0, 0, 0}, {1, 255, 255, 255, 255},
+      {1, 1, 1, 0, 1}, {0, 3, 200, 7, 200}, {2, 0, 0, 0, 0}, {2, 1, 1, 0, 1},
+      {2, 255, 0, 0, 147}});
+  ExpectListed<Omb16u>(ombiGradientColorToGray_16u_C3C1R, {
+      {2, 65535, 65535, 65535, 65535}, {1, 65535, 65535, 65535, 65531},
+      {1, 1, 1, 0, 1}, {1, 1, 0, 0, 0}, {0, 9, 40000, 65535, 65535}, {2, 65535, 0, 0, 37837}});
+  ExpectListed<Omb32f>(ombiGradientColorToGray_32f_C3C1R, {
+      {0, -3.0f, 2.0f, -0.0f, 3.0f}, {1, -1.0f, 2.0f, -3.0f, 6.0f}, {2, 3.0f, -4.0f, 0.0f, 5.0f},
+      {2, 1.0f, 1.0f, 1.0f, std::sqrt(3.0f)}, {0, -0.0f, -0.0f, -0.0f, 0.0f},
+      {0, 1.0f, NAN, 2.0f, NAN}, {0, -HUGE_VALF, NAN, 2.0f, NAN}, {1, HUGE_VALF, -HUGE_VALF, 0.0f, HUGE_VALF},
+      {2, FLT_MAX, 0.0f, 0.0f, HUGE_VALF}, {2, 1e-30f, 0.0f, 0.0f, 0.0f}});
+}
+
+// ---- argument checks --------------------------------------------------------
+
+template <class T>
+ArgFront Front(const char* name, Fn<T> fn) {
+  ArgFront f;
+  f.name = name;
+  ArgImage src{ElemOf<T>()}, dst{ElemOf<T>(), true};
+  src.channels = 3;
+  f.images = {src, dst};
+  f.params = {{0, {3, -1, 100, INT_MIN, INT_MAX}, ombResultBadArgument}};
+  f.defaults = {2};
+  f.call = [fn](const CallArgs& a) {
+    return fn(a.P<const T>(0), a.step[0], a.P<T>(1), a.step[1], a.roi, static_cast<int>(a.p[0]));
+  };
+  return f;
+}
+
+#define OMB_FN(fn) #fn, fn
+
+TEST(GradientColor, ChecksArgumentsInOrder) {
+  for (const ArgFront& f : {Front<Omb8u>(OMB_FN(ombiGradientColorToGray_8u_C3C1R)),
+                            Front<Omb16u>(OMB_FN(ombiGradientColorToGray_16u_C3C1R)),
+                            Front<Omb32f>(OMB_FN(ombiGradientColorToGray_32f_C3C1R))}) {
+    ExpectCheckOrder(f);
+  }
+}
+
+}  // namespace
+}  // namespace omb_test
