@@ -82,9 +82,8 @@ TEST(CannyPhoto, CameraMatchesModel) {
                                         ombiFilterSobelVertBorder_32f_C1R);
   const auto fy = Sobel<Omb32f, Omb32f>(img32, ombiFilterSobelHorizGetBufferSize_32f_C1R,
                                         ombiFilterSobelHorizBorder_32f_C1R);
-  // The row difference must follow x: a bright-to-dark step along a row
-  // (as at the coat's edge) is visible in dx, so check the pair is not swapped
-  // by comparing to a direct central difference at an interior pixel.
+  // dx must be the difference along a row: compare with a direct 3x3
+  // computation at an interior pixel, so that the pair cannot be swapped.
   const int x0 = 200, y0 = 200;
   const int direct = 2 * (img.Get(x0 + 1, y0) - img.Get(x0 - 1, y0)) + img.Get(x0 + 1, y0 - 1) -
                      img.Get(x0 - 1, y0 - 1) + img.Get(x0 + 1, y0 + 1) - img.Get(x0 - 1, y0 + 1);
