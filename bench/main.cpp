@@ -7,6 +7,9 @@
 #include "edges/gradient_bench.hpp"
 #include "filters/newconvol_bench.hpp"
 #include "filters/separable_bench.hpp"
+#include "geometry/subpix_bench.hpp"
+#include "motion/optflow_bench.hpp"
+#include "motion/pyramid_bench.hpp"
 #include "pixelwise/pixelwise_bench.hpp"
 #include "support/driver.hpp"
 
@@ -20,5 +23,8 @@ int main(int argc, char** argv) {
                                ombbench::AddNewConvolBenchmarks();
                                ombbench::AddCannyBenchmarks();
                                ombbench::AddGradientBenchmarks();
+                               ombbench::AddPyramidBenchmarks();
+                               ombbench::AddSubpixBenchmarks();
+                               ombbench::AddOptFlowBenchmarks();
                              });
 }

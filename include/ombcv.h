@@ -271,6 +271,114 @@ OMB_API OmbResult ombiGradientColorToGray_8u_C3C1R(const Omb8u* pSrc, int srcSte
 OMB_API OmbResult ombiGradientColorToGray_16u_C3C1R(const Omb16u* pSrc, int srcStep, Omb16u* pDst, int dstStep, OmbRoiSize roiSize, int norm);
 OMB_API OmbResult ombiGradientColorToGray_32f_C3C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, int norm);
 
+/* ---- Gaussian pyramids ---------------------------------------------------- */
+
+/* Fixed 5x5 Gaussian reduction to ((w + 1) / 2, (h + 1) / 2) and expansion
+ * to (2w, 2h); roiSize is the source size. */
+OMB_API OmbResult ombiPyrDown_Gauss5x5_8u_C1R(const Omb8u* pSrc, int srcStep, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrDown_Gauss5x5_8u_C3R(const Omb8u* pSrc, int srcStep, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrDown_Gauss5x5_8s_C1R(const Omb8s* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrDown_Gauss5x5_8s_C3R(const Omb8s* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrDown_Gauss5x5_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrDown_Gauss5x5_32f_C3R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrUp_Gauss5x5_8u_C1R(const Omb8u* pSrc, int srcStep, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrUp_Gauss5x5_8u_C3R(const Omb8u* pSrc, int srcStep, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrUp_Gauss5x5_8s_C1R(const Omb8s* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrUp_Gauss5x5_8s_C3R(const Omb8s* pSrc, int srcStep, Omb8s* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrUp_Gauss5x5_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrUp_Gauss5x5_32f_C3R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb8u* pBuffer);
+OMB_API OmbResult ombiPyrDownGetBufSize_Gauss5x5(int roiWidth, int dataType, int channels, int* pBufferSize);
+OMB_API OmbResult ombiPyrUpGetBufSize_Gauss5x5(int roiWidth, int dataType, int channels, int* pBufferSize);
+
+/* Level sizes for any ratio in (1, 10], and the pyramid record. */
+OMB_API OmbResult ombiGetPyramidDownROI(OmbRoiSize srcRoi, OmbRoiSize* pDstRoi, Omb32f rate);
+OMB_API OmbResult ombiGetPyramidUpROI(OmbRoiSize srcRoi, OmbRoiSize* pDstRoiMin, OmbRoiSize* pDstRoiMax, Omb32f rate);
+OMB_API OmbResult ombiPyramidInitAlloc(OmbPyramidRecord** ppPyramid, int level, OmbRoiSize roiSize, Omb32f rate);
+OMB_API OmbResult ombiPyramidFree(OmbPyramidRecord* pPyramid);
+
+/* General layer operators: one level down or up with a caller-given
+ * symmetric kernel (normalised at creation) and linear resampling. */
+OMB_API OmbResult ombiPyramidLayerDownInitAlloc_8u_C1R(OmbPyramidLayerDownState_8u_C1R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb16s* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerDownInitAlloc_8u_C3R(OmbPyramidLayerDownState_8u_C3R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb16s* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerDownInitAlloc_16u_C1R(OmbPyramidLayerDownState_16u_C1R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb16s* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerDownInitAlloc_16u_C3R(OmbPyramidLayerDownState_16u_C3R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb16s* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerDownInitAlloc_32f_C1R(OmbPyramidLayerDownState_32f_C1R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb32f* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerDownInitAlloc_32f_C3R(OmbPyramidLayerDownState_32f_C3R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb32f* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerUpInitAlloc_8u_C1R(OmbPyramidLayerUpState_8u_C1R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb16s* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerUpInitAlloc_8u_C3R(OmbPyramidLayerUpState_8u_C3R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb16s* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerUpInitAlloc_16u_C1R(OmbPyramidLayerUpState_16u_C1R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb16s* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerUpInitAlloc_16u_C3R(OmbPyramidLayerUpState_16u_C3R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb16s* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerUpInitAlloc_32f_C1R(OmbPyramidLayerUpState_32f_C1R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb32f* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerUpInitAlloc_32f_C3R(OmbPyramidLayerUpState_32f_C3R** ppState, OmbRoiSize roiSize, Omb32f rate, const Omb32f* pKernel, int kernelSize, int mode);
+OMB_API OmbResult ombiPyramidLayerDown_8u_C1R(const Omb8u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb8u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerDownState_8u_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerDown_8u_C3R(const Omb8u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb8u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerDownState_8u_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerDown_16u_C1R(const Omb16u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb16u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerDownState_16u_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerDown_16u_C3R(const Omb16u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb16u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerDownState_16u_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerDown_32f_C1R(const Omb32f* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb32f* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerDownState_32f_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerDown_32f_C3R(const Omb32f* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb32f* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerDownState_32f_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerUp_8u_C1R(const Omb8u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb8u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerUpState_8u_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerUp_8u_C3R(const Omb8u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb8u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerUpState_8u_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerUp_16u_C1R(const Omb16u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb16u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerUpState_16u_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerUp_16u_C3R(const Omb16u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb16u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerUpState_16u_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerUp_32f_C1R(const Omb32f* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb32f* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerUpState_32f_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerUp_32f_C3R(const Omb32f* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb32f* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPyramidLayerUpState_32f_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerDownFree_8u_C1R(OmbPyramidLayerDownState_8u_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerDownFree_8u_C3R(OmbPyramidLayerDownState_8u_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerDownFree_16u_C1R(OmbPyramidLayerDownState_16u_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerDownFree_16u_C3R(OmbPyramidLayerDownState_16u_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerDownFree_32f_C1R(OmbPyramidLayerDownState_32f_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerDownFree_32f_C3R(OmbPyramidLayerDownState_32f_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerUpFree_8u_C1R(OmbPyramidLayerUpState_8u_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerUpFree_8u_C3R(OmbPyramidLayerUpState_8u_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerUpFree_16u_C1R(OmbPyramidLayerUpState_16u_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerUpFree_16u_C3R(OmbPyramidLayerUpState_16u_C3R* pState);
+OMB_API OmbResult ombiPyramidLayerUpFree_32f_C1R(OmbPyramidLayerUpState_32f_C1R* pState);
+OMB_API OmbResult ombiPyramidLayerUpFree_32f_C3R(OmbPyramidLayerUpState_32f_C3R* pState);
+
+/* ---- Pyramidal Lucas-Kanade optical flow ------------------------------- */
+
+/* Tracks points from the first pyramid into the second, coarsest level
+ * first; status 0 = tracked, L + 1 = lost at level L. */
+OMB_API OmbResult ombiOpticalFlowPyrLKInitAlloc_8u_C1R(OmbOptFlowPyrLKState_8u_C1R** ppState, OmbRoiSize roiSize, int winSize, int hint);
+OMB_API OmbResult ombiOpticalFlowPyrLKInitAlloc_16u_C1R(OmbOptFlowPyrLKState_16u_C1R** ppState, OmbRoiSize roiSize, int winSize, int hint);
+OMB_API OmbResult ombiOpticalFlowPyrLKInitAlloc_32f_C1R(OmbOptFlowPyrLKState_32f_C1R** ppState, OmbRoiSize roiSize, int winSize, int hint);
+OMB_API OmbResult ombiOpticalFlowPyrLK_8u_C1R(OmbPyramidRecord* pPyr1, OmbPyramidRecord* pPyr2, const OmbPoint32f* pPrev, OmbPoint32f* pNext, Omb8s* pStatus, Omb32f* pError, int numFeat, int winSize, int maxLevel, int maxIter, Omb32f threshold, OmbOptFlowPyrLKState_8u_C1R* pState);
+OMB_API OmbResult ombiOpticalFlowPyrLK_16u_C1R(OmbPyramidRecord* pPyr1, OmbPyramidRecord* pPyr2, const OmbPoint32f* pPrev, OmbPoint32f* pNext, Omb8s* pStatus, Omb32f* pError, int numFeat, int winSize, int maxLevel, int maxIter, Omb32f threshold, OmbOptFlowPyrLKState_16u_C1R* pState);
+OMB_API OmbResult ombiOpticalFlowPyrLK_32f_C1R(OmbPyramidRecord* pPyr1, OmbPyramidRecord* pPyr2, const OmbPoint32f* pPrev, OmbPoint32f* pNext, Omb8s* pStatus, Omb32f* pError, int numFeat, int winSize, int maxLevel, int maxIter, Omb32f threshold, OmbOptFlowPyrLKState_32f_C1R* pState);
+OMB_API OmbResult ombiOpticalFlowPyrLKFree_8u_C1R(OmbOptFlowPyrLKState_8u_C1R* pState);
+OMB_API OmbResult ombiOpticalFlowPyrLKFree_16u_C1R(OmbOptFlowPyrLKState_16u_C1R* pState);
+OMB_API OmbResult ombiOpticalFlowPyrLKFree_32f_C1R(OmbOptFlowPyrLKState_32f_C1R* pState);
+
+/* ---- Sub-pixel copy and line sampling ----------------------------------- */
+
+/* A window whose top-left corner sits at (dx, dy) inside the source,
+ * bilinearly interpolated. */
+OMB_API OmbResult ombiCopySubpix_8u_C1R(const Omb8u* pSrc, int srcStep, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy);
+OMB_API OmbResult ombiCopySubpix_8u16u_C1R_Sfs(const Omb8u* pSrc, int srcStep, Omb16u* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy, int scaleFactor);
+OMB_API OmbResult ombiCopySubpix_8u32f_C1R(const Omb8u* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy);
+OMB_API OmbResult ombiCopySubpix_16u_C1R(const Omb16u* pSrc, int srcStep, Omb16u* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy);
+OMB_API OmbResult ombiCopySubpix_16u32f_C1R(const Omb16u* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy);
+OMB_API OmbResult ombiCopySubpix_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy);
+
+/* A window centred at `point`, bilinearly interpolated. Only the window
+ * samples whose interpolation stays inside the source are written; *pMin and
+ * *pMax receive that rectangle (max below min when nothing is inside). */
+OMB_API OmbResult ombiCopySubpixIntersect_8u_C1R(const Omb8u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb8u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax);
+OMB_API OmbResult ombiCopySubpixIntersect_8u16u_C1R_Sfs(const Omb8u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb16u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax, int scaleFactor);
+OMB_API OmbResult ombiCopySubpixIntersect_8u32f_C1R(const Omb8u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb32f* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax);
+OMB_API OmbResult ombiCopySubpixIntersect_16u_C1R(const Omb16u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb16u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax);
+OMB_API OmbResult ombiCopySubpixIntersect_16u32f_C1R(const Omb16u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb32f* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax);
+OMB_API OmbResult ombiCopySubpixIntersect_32f_C1R(const Omb32f* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb32f* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax);
+
+/* The pixels of the line from pt1 to pt2, both included, in Bresenham order;
+ * pDst holds max(|dx|, |dy|) + 1 pixels. */
+OMB_API OmbResult ombiSampleLine_8u_C1R(const Omb8u* pSrc, int srcStep, OmbRoiSize roiSize, Omb8u* pDst, OmbPoint pt1, OmbPoint pt2);
+OMB_API OmbResult ombiSampleLine_8u_C3R(const Omb8u* pSrc, int srcStep, OmbRoiSize roiSize, Omb8u* pDst, OmbPoint pt1, OmbPoint pt2);
+OMB_API OmbResult ombiSampleLine_16u_C1R(const Omb16u* pSrc, int srcStep, OmbRoiSize roiSize, Omb16u* pDst, OmbPoint pt1, OmbPoint pt2);
+OMB_API OmbResult ombiSampleLine_16u_C3R(const Omb16u* pSrc, int srcStep, OmbRoiSize roiSize, Omb16u* pDst, OmbPoint pt1, OmbPoint pt2);
+OMB_API OmbResult ombiSampleLine_32f_C1R(const Omb32f* pSrc, int srcStep, OmbRoiSize roiSize, Omb32f* pDst, OmbPoint pt1, OmbPoint pt2);
+OMB_API OmbResult ombiSampleLine_32f_C3R(const Omb32f* pSrc, int srcStep, OmbRoiSize roiSize, Omb32f* pDst, OmbPoint pt1, OmbPoint pt2);
+
 OMB_EXTERN_C_END
 
 #endif /* OMBCV_H */

@@ -77,6 +77,37 @@ enum {
 typedef struct OmbHaarStage_32f OmbHaarStage_32f;
 typedef struct OmbHaarStage_32s OmbHaarStage_32s;
 
+/* A pyramid: one block made by ombiPyramidInitAlloc and released by
+ * ombiPyramidFree. The library fills sizes, scales and level; the caller
+ * fills images[i] and steps[i] (bytes) for levels 0 .. level. */
+typedef struct {
+  void** images;       /* level + 1 image pointers, level 0 the base image */
+  OmbRoiSize* sizes;   /* level + 1 sizes, each the reduction of the previous */
+  Omb64f* scales;      /* level + 1 factors rate^-i, scales[0] = 1.0 */
+  int* steps;          /* level + 1 row steps in bytes */
+  void* state;         /* free for the caller's per-level data; unused */
+  int level;           /* index of the top level */
+} OmbPyramidRecord;
+
+/* Opaque states of the general pyramid layer operators. */
+typedef struct OmbPyramidLayerDownState_8u_C1R OmbPyramidLayerDownState_8u_C1R;
+typedef struct OmbPyramidLayerDownState_8u_C3R OmbPyramidLayerDownState_8u_C3R;
+typedef struct OmbPyramidLayerDownState_16u_C1R OmbPyramidLayerDownState_16u_C1R;
+typedef struct OmbPyramidLayerDownState_16u_C3R OmbPyramidLayerDownState_16u_C3R;
+typedef struct OmbPyramidLayerDownState_32f_C1R OmbPyramidLayerDownState_32f_C1R;
+typedef struct OmbPyramidLayerDownState_32f_C3R OmbPyramidLayerDownState_32f_C3R;
+typedef struct OmbPyramidLayerUpState_8u_C1R OmbPyramidLayerUpState_8u_C1R;
+typedef struct OmbPyramidLayerUpState_8u_C3R OmbPyramidLayerUpState_8u_C3R;
+typedef struct OmbPyramidLayerUpState_16u_C1R OmbPyramidLayerUpState_16u_C1R;
+typedef struct OmbPyramidLayerUpState_16u_C3R OmbPyramidLayerUpState_16u_C3R;
+typedef struct OmbPyramidLayerUpState_32f_C1R OmbPyramidLayerUpState_32f_C1R;
+typedef struct OmbPyramidLayerUpState_32f_C3R OmbPyramidLayerUpState_32f_C3R;
+
+/* Opaque states of the pyramidal optical flow. */
+typedef struct OmbOptFlowPyrLKState_8u_C1R OmbOptFlowPyrLKState_8u_C1R;
+typedef struct OmbOptFlowPyrLKState_16u_C1R OmbOptFlowPyrLKState_16u_C1R;
+typedef struct OmbOptFlowPyrLKState_32f_C1R OmbOptFlowPyrLKState_32f_C1R;
+
 /* The static version record returned by ombcvGetLibVersion. */
 typedef struct {
   int versionMajor;

@@ -1,0 +1,7 @@
+#include "geometry/subpix_bench.hpp"
+
+namespace ombbench {
+
+void AddSubpixBenchmarks() {}
+
+}  // namespace ombbench

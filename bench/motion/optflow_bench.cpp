@@ -1,0 +1,7 @@
+#include "motion/optflow_bench.hpp"
+
+namespace ombbench {
+
+void AddOptFlowBenchmarks() {}
+
+}  // namespace ombbench

@@ -1,0 +1,7 @@
+#include "motion/pyramid_bench.hpp"
+
+namespace ombbench {
+
+void AddPyramidBenchmarks() {}
+
+}  // namespace ombbench
