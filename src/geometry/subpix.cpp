@@ -1,0 +1,187 @@
+// Sub-pixel copies (Part 10.2): ombiCopySubpix_* and
+// ombiCopySubpixIntersect_*. The fronts check the arguments, derive the
+// weights and the block of destination pixels to fill, and run the block
+// kernel of subpix_simd.cpp. The arithmetic is documented in
+// subpix_ref.hpp; the window geometry of the Intersect members is here.
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "frame/check.hpp"
+#include "geometry/subpix.hpp"
+#include "geometry/subpix_ref.hpp"
+#include "ombcv.h"
+
+namespace omb {
+namespace {
+
+template <class S, class D> constexpr SubpixKind KindOf();
+template <> constexpr SubpixKind KindOf<Omb8u, Omb8u>() { return SubpixKind::k8u; }
+template <> constexpr SubpixKind KindOf<Omb8u, Omb16u>() { return SubpixKind::k8u16u; }
+template <> constexpr SubpixKind KindOf<Omb8u, Omb32f>() { return SubpixKind::k8u32f; }
+template <> constexpr SubpixKind KindOf<Omb16u, Omb16u>() { return SubpixKind::k16u; }
+template <> constexpr SubpixKind KindOf<Omb16u, Omb32f>() { return SubpixKind::k16u32f; }
+template <> constexpr SubpixKind KindOf<Omb32f, Omb32f>() { return SubpixKind::k32f; }
+
+// Weights of the fractions fx, fy for the member's arithmetic.
+template <class D>
+void SetWeights(SubpixBlock& job, float fx, float fy, int scale) {
+  if (std::is_same<D, Omb32f>::value) {
+    ref::SubpixWeightsFloat(fx, fy, job.wf);
+    std::fill(job.w, job.w + 4, 0);
+    job.shift = 0;
+  } else {
+    ref::SubpixWeightsQ14(fx, fy, job.w);
+    std::fill(job.wf, job.wf + 4, 0.0f);
+    // 14 + scale without overflow for any 32-bit scale factor.
+    job.shift = static_cast<int>(
+        std::clamp<std::int64_t>(std::int64_t{14} + scale, -64, 64));
+  }
+}
+
+template <class S, class D>
+OmbResult CopySubpix(const S* pSrc, int srcStep, D* pDst, int dstStep,
+                     OmbRoiSize roi, float dx, float dy, int scale) {
+  const OmbResult st =
+      Checks(roi).InUnaligned(pSrc, srcStep).Out(pDst, dstStep).Status();
+  if (st != ombResultOk) return st;
+  SubpixBlock job{};
+  job.kind = KindOf<S, D>();
+  job.src = pSrc;
+  job.src_step = srcStep;
+  job.dst = pDst;
+  job.dst_step = dstStep;
+  job.width = roi.width;
+  job.height = roi.height;
+  SetWeights<D>(job, ref::SubpixFraction(dx), ref::SubpixFraction(dy), scale);
+  SubpixBlockRun(job);
+  return ombResultOk;
+}
+
+// trunc(t) for the window origin, in 64 bits so that nothing below
+// overflows: values beyond the 32-bit range are limited to it, and NaN
+// counts as -2^31 (the value x86 conversions give for it), which puts the
+// window wholly left of the source.
+std::int64_t TruncOrigin(float t) {
+  if (std::isnan(t) || t <= -2147483648.0f) return -2147483648LL;
+  if (t >= 2147483648.0f) return 2147483648LL;
+  return static_cast<std::int64_t>(t);
+}
+
+// One axis of the Intersect geometry (Part 10.2 steps 1 to 4) for centre c,
+// window side n and source side len:
+//   o = c - (n - 1) x 0.5, i = trunc(n + o) - n (each step rounded in
+//   float), fraction of o - i by the rule of subpix_ref.hpp;
+//   lo = -i when i < 0, else 0, at most n;
+//   hi = len - 2 - i when i + n - 1 > len - 2, else n - 1;
+//   i >= len: lo = 0, hi = -1.
+struct Axis {
+  std::int64_t origin;
+  float frac;
+  int lo, hi;
+};
+
+Axis IntersectAxis(float c, int n, int len) {
+  Axis a;
+  const float o = c - static_cast<float>(n - 1) * 0.5f;
+  a.origin = TruncOrigin(static_cast<float>(n) + o) - n;
+  a.frac = ref::SubpixFraction(o - static_cast<float>(a.origin));
+  const std::int64_t i = a.origin;
+  a.lo = i < 0 ? static_cast<int>(std::min<std::int64_t>(-i, n)) : 0;
+  if (i >= len) {
+    a.lo = 0;
+    a.hi = -1;
+  } else if (i + n - 1 > len - 2) {
+    a.hi = static_cast<int>(len - 2 - i);
+  } else {
+    a.hi = n - 1;
+  }
+  return a;
+}
+
+template <class S, class D>
+OmbResult CopySubpixIntersect(const S* pSrc, int srcStep, OmbRoiSize srcRoi,
+                              D* pDst, int dstStep, OmbRoiSize win,
+                              OmbPoint32f point, OmbPoint* pMin,
+                              OmbPoint* pMax, int scale) {
+  const OmbResult st = Checks(srcRoi)
+                           .InUnaligned(pSrc, srcStep)
+                           .Row(pDst, dstStep, win.width)
+                           .Ptr(pMin)
+                           .Ptr(pMax)
+                           .SizeIf(win.width < 1 || win.height < 1)
+                           .Status();
+  if (st != ombResultOk) return st;
+  const Axis ax = IntersectAxis(point.x, win.width, srcRoi.width);
+  const Axis ay = IntersectAxis(point.y, win.height, srcRoi.height);
+  pMin->x = ax.lo;
+  pMin->y = ay.lo;
+  pMax->x = ax.hi;
+  pMax->y = ay.hi;
+  if (ax.lo > ax.hi || ay.lo > ay.hi) return ombResultOk;
+
+  SubpixBlock job{};
+  job.kind = KindOf<S, D>();
+  // Source sample (ix + lo.x, iy + lo.y): inside the source, since the
+  // block is.
+  job.src = reinterpret_cast<const std::uint8_t*>(pSrc) +
+            static_cast<std::ptrdiff_t>(srcStep) * (ay.origin + ay.lo) +
+            static_cast<std::ptrdiff_t>(sizeof(S)) * (ax.origin + ax.lo);
+  job.src_step = srcStep;
+  job.dst = reinterpret_cast<std::uint8_t*>(pDst) +
+            static_cast<std::ptrdiff_t>(dstStep) * ay.lo +
+            static_cast<std::ptrdiff_t>(sizeof(D)) * ax.lo;
+  job.dst_step = dstStep;
+  job.width = ax.hi - ax.lo + 1;
+  job.height = ay.hi - ay.lo + 1;
+  SetWeights<D>(job, ax.frac, ay.frac, scale);
+  SubpixBlockRun(job);
+  return ombResultOk;
+}
+
+}  // namespace
+}  // namespace omb
+
+extern "C" {
+
+OMB_API OmbResult ombiCopySubpix_8u_C1R(const Omb8u* pSrc, int srcStep, Omb8u* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy) {
+  return omb::CopySubpix(pSrc, srcStep, pDst, dstStep, roiSize, dx, dy, 0);
+}
+OMB_API OmbResult ombiCopySubpix_8u16u_C1R_Sfs(const Omb8u* pSrc, int srcStep, Omb16u* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy, int scaleFactor) {
+  return omb::CopySubpix(pSrc, srcStep, pDst, dstStep, roiSize, dx, dy, scaleFactor);
+}
+OMB_API OmbResult ombiCopySubpix_8u32f_C1R(const Omb8u* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy) {
+  return omb::CopySubpix(pSrc, srcStep, pDst, dstStep, roiSize, dx, dy, 0);
+}
+OMB_API OmbResult ombiCopySubpix_16u_C1R(const Omb16u* pSrc, int srcStep, Omb16u* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy) {
+  return omb::CopySubpix(pSrc, srcStep, pDst, dstStep, roiSize, dx, dy, 0);
+}
+OMB_API OmbResult ombiCopySubpix_16u32f_C1R(const Omb16u* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy) {
+  return omb::CopySubpix(pSrc, srcStep, pDst, dstStep, roiSize, dx, dy, 0);
+}
+OMB_API OmbResult ombiCopySubpix_32f_C1R(const Omb32f* pSrc, int srcStep, Omb32f* pDst, int dstStep, OmbRoiSize roiSize, Omb32f dx, Omb32f dy) {
+  return omb::CopySubpix(pSrc, srcStep, pDst, dstStep, roiSize, dx, dy, 0);
+}
+
+OMB_API OmbResult ombiCopySubpixIntersect_8u_C1R(const Omb8u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb8u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax) {
+  return omb::CopySubpixIntersect(pSrc, srcStep, srcRoiSize, pDst, dstStep, dstRoiSize, point, pMin, pMax, 0);
+}
+OMB_API OmbResult ombiCopySubpixIntersect_8u16u_C1R_Sfs(const Omb8u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb16u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax, int scaleFactor) {
+  return omb::CopySubpixIntersect(pSrc, srcStep, srcRoiSize, pDst, dstStep, dstRoiSize, point, pMin, pMax, scaleFactor);
+}
+OMB_API OmbResult ombiCopySubpixIntersect_8u32f_C1R(const Omb8u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb32f* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax) {
+  return omb::CopySubpixIntersect(pSrc, srcStep, srcRoiSize, pDst, dstStep, dstRoiSize, point, pMin, pMax, 0);
+}
+OMB_API OmbResult ombiCopySubpixIntersect_16u_C1R(const Omb16u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb16u* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax) {
+  return omb::CopySubpixIntersect(pSrc, srcStep, srcRoiSize, pDst, dstStep, dstRoiSize, point, pMin, pMax, 0);
+}
+OMB_API OmbResult ombiCopySubpixIntersect_16u32f_C1R(const Omb16u* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb32f* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax) {
+  return omb::CopySubpixIntersect(pSrc, srcStep, srcRoiSize, pDst, dstStep, dstRoiSize, point, pMin, pMax, 0);
+}
+OMB_API OmbResult ombiCopySubpixIntersect_32f_C1R(const Omb32f* pSrc, int srcStep, OmbRoiSize srcRoiSize, Omb32f* pDst, int dstStep, OmbRoiSize dstRoiSize, OmbPoint32f point, OmbPoint* pMin, OmbPoint* pMax) {
+  return omb::CopySubpixIntersect(pSrc, srcStep, srcRoiSize, pDst, dstStep, dstRoiSize, point, pMin, pMax, 0);
+}
+
+}  // extern "C"

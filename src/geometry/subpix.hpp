@@ -1,0 +1,35 @@
+// Internal interface of the sub-pixel copies (Part 10.2).
+//
+// Both exported families reduce to one job: a block of destination pixels,
+// each the bilinear blend of the 2x2 source samples whose top-left sample
+// sits at the same offset from the block's source origin. The fronts check
+// arguments, work out the weights and the block, and hand it to
+// SubpixBlockRun, which picks the best SIMD target at run time.
+#pragma once
+
+#include <cstdint>
+
+namespace omb {
+
+// Source and destination element types of the six members.
+enum class SubpixKind { k8u, k8u16u, k8u32f, k16u, k16u32f, k32f };
+
+struct SubpixBlock {
+  SubpixKind kind;
+  const void* src;  // s00 of the block's first pixel
+  int src_step;     // bytes; any value (16- and 32-bit sources unaligned)
+  void* dst;        // the block's first destination pixel
+  int dst_step;     // bytes
+  int width;        // >= 1
+  int height;       // >= 1
+  // Integer kinds: Q14 weights w00, w10, w01, w11 (each 0 .. 16385) and the
+  // shift 14 + scaleFactor (14 for the members without a scale factor).
+  int w[4];
+  int shift;
+  // Float kinds: w00, w10, w01, w11.
+  float wf[4];
+};
+
+void SubpixBlockRun(const SubpixBlock& job);
+
+}  // namespace omb
