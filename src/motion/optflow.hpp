@@ -1,0 +1,27 @@
+// Pyramidal Lucas-Kanade tracking: the state record and the size of its
+// work block.
+#pragma once
+
+#include "ombtypes.h"
+
+namespace omb {
+
+// The record behind every OmbOptFlowPyrLKState_*: 32 bytes in this build.
+struct OptFlowState {
+  int width;    // largest level size whose whole-level gradients fit the planes
+  int height;
+  int threads;  // thread count at creation; slices exist for this many
+  int type;     // data-type code 1, 3 or 9
+  int hint;     // stored, never consulted
+  int win;      // window size n
+  unsigned char* work;
+};
+
+// Bytes of the work block the library allocates for a state: the larger of
+// the published formula (whose pointer-sized parts assume 4-byte pointers)
+// and what this build's layout really needs. -1 on overflow of int.
+long long OptFlowWorkBytes(int type, int w, int h, int n, int threads, int scharr_bytes);
+// The published formula alone.
+long long OptFlowFormulaBytes(int type, int w, int h, int n, int threads, int scharr_bytes);
+
+}  // namespace omb
