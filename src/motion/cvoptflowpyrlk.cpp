@@ -39,10 +39,12 @@ constexpr float kOscillation = 3.4526698e-4f;
 long long Align64(long long v) { return (v + 63) / 64 * 64; }
 
 // Per-thread slice layout, in bytes, for window element size ws and gradient
-// element size gs: template (n+2)^2, window n^2, two gradient windows n^2
-// and two rows of (n+2) x n row-filter results (4-byte elements).
+// element size gs: template (n+2)^2, two windows n^2 (used in turn, so that
+// the window of the last intersecting iteration survives a later sample
+// that leaves the template for the error), two gradient windows n^2 and
+// two rows of (n+2) x n row-filter results (4-byte elements).
 struct SliceLayout {
-  long long tmpl, win, gx, gy, rowd, rowm, total;
+  long long tmpl, win, win2, gx, gy, rowd, rowm, total;
 };
 
 SliceLayout Slice(int n, int ws, int gs) {
@@ -50,7 +52,8 @@ SliceLayout Slice(int n, int ws, int gs) {
   const long long n2 = 1LL * n * n, m2 = 1LL * (n + 2) * (n + 2);
   s.tmpl = 0;
   s.win = Align64(s.tmpl + m2 * ws);
-  s.gx = Align64(s.win + n2 * ws);
+  s.win2 = Align64(s.win + n2 * ws);
+  s.gx = Align64(s.win2 + n2 * ws);
   s.gy = Align64(s.gx + n2 * gs);
   s.rowd = Align64(s.gy + n2 * gs);
   s.rowm = Align64(s.rowd + 1LL * (n + 2) * n * 4);
@@ -184,6 +187,14 @@ void TemplateGradients(const float* t, int n, int x0, int x1, int y0, int y1, fl
       gx[y * n + x] = ix * 0.03125f;
       gy[y * n + x] = iy * 0.03125f;
     }
+}
+
+// Fraction of a window origin as the sub-pixel copies take it: c - trunc(c),
+// plus 1 when negative.
+inline float Fraction(float c) {
+  float f = c - std::trunc(c);
+  if (f < 0.0f) f = f + 1.0f;
+  return f;
 }
 
 // Q14 weight of a fraction, as the integer sub-pixel copies form it.
@@ -381,7 +392,8 @@ struct Call {
   // from next as the level above left it (already in this level's units).
   void Track(int i, int top, int bottom, bool first, bool planes, unsigned char* slice) const {
     Win* tmpl = reinterpret_cast<Win*>(slice + sl.tmpl);
-    Win* win = reinterpret_cast<Win*>(slice + sl.win);
+    Win* wins[2] = {reinterpret_cast<Win*>(slice + sl.win), reinterpret_cast<Win*>(slice + sl.win2)};
+    const Win* last = wins[0];  // window of the last intersected rectangle
     Grad* gx = reinterpret_cast<Grad*>(slice + sl.gx);
     Grad* gy = reinterpret_cast<Grad*>(slice + sl.gy);
     Dw* rd = reinterpret_cast<Dw*>(slice + sl.rowd);
@@ -414,8 +426,8 @@ struct Call {
           const float ox0 = p.x - float(tw - 1) * 0.5f, oy0 = p.y - float(tw - 1) * 0.5f;
           const int ox = static_cast<int>(float(tw) + ox0) - tw;
           const int oy = static_cast<int>(float(tw) + oy0) - tw;
-          PlaneGradients(plane_x, plane_y, stride, ox, oy, ox0 - float(ox), oy0 - float(oy), n, tx0, tx1,
-                         ty0, ty1, gx, gy);
+          PlaneGradients(plane_x, plane_y, stride, ox, oy, Fraction(ox0 - float(ox)), Fraction(oy0 - float(oy)),
+                         n, tx0, tx1, ty0, ty1, gx, gy);
         } else {
           TemplateGradients(tmpl, n, tx0, tx1, ty0, ty1, rd, rm, gx, gy);
         }
@@ -425,6 +437,7 @@ struct Call {
       int rx0 = 0, rx1 = -1, ry0 = 0, ry1 = -1;
       Sums G{0, 0, 0};
       for (int k = 0; k < max_iter; ++k) {
+        Win* win = wins[k & 1];
         if (Tr::Sample(img2, p2->steps[L], s2, win, n, n, g, &lo, &hi) != ombResultOk) {
           lost = true;
           break;
@@ -436,6 +449,7 @@ struct Call {
           break;
         }
         ex0 = x0, ex1 = x1, ey0 = y0, ey1 = y1;
+        last = win;
         if (k == 0 || x0 != rx0 || x1 != rx1 || y0 != ry0 || y1 != ry1) {
           SumG(gx, gy, n, x0, x1, y0, y1, &G);
           rx0 = x0, rx1 = x1, ry0 = y0, ry1 = y1;
@@ -475,7 +489,7 @@ struct Call {
     }
     if (lost || bottom == 0) {
       const double area = double(ex1 - ex0 + 1) * double(ey1 - ey0 + 1);
-      const double s = ex1 >= ex0 && ey1 >= ey0 ? SumE2(tmpl, win, n, ex0, ex1, ey0, ey1) : 0.0;
+      const double s = ex1 >= ex0 && ey1 >= ey0 ? SumE2(tmpl, last, n, ex0, ex1, ey0, ey1) : 0.0;
       error[i] = s > 0 ? static_cast<float>(std::sqrt(s / area) * Tr::kErrorScale) : 0.0f;
     }
   }
