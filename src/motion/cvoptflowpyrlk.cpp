@@ -38,6 +38,10 @@ constexpr float kOscillation = 3.4526698e-4f;
 
 long long Align64(long long v) { return (v + 63) / 64 * 64; }
 
+// Every slice array is followed by this many spare bytes: the vector sums
+// load whole vectors at a row's end and zero the lanes beyond it.
+constexpr long long kPad = 128;
+
 // Per-thread slice layout, in bytes, for window element size ws and gradient
 // element size gs: template (n+2)^2, two windows n^2 (used in turn, so that
 // the window of the last intersecting iteration survives a later sample
@@ -51,11 +55,11 @@ SliceLayout Slice(int n, int ws, int gs) {
   SliceLayout s{};
   const long long n2 = 1LL * n * n, m2 = 1LL * (n + 2) * (n + 2);
   s.tmpl = 0;
-  s.win = Align64(s.tmpl + m2 * ws);
-  s.win2 = Align64(s.win + n2 * ws);
-  s.gx = Align64(s.win2 + n2 * ws);
-  s.gy = Align64(s.gx + n2 * gs);
-  s.rowd = Align64(s.gy + n2 * gs);
+  s.win = Align64(s.tmpl + m2 * ws + kPad);
+  s.win2 = Align64(s.win + n2 * ws + kPad);
+  s.gx = Align64(s.win2 + n2 * ws + kPad);
+  s.gy = Align64(s.gx + n2 * gs + kPad);
+  s.rowd = Align64(s.gy + n2 * gs + kPad);
   s.rowm = Align64(s.rowd + 1LL * (n + 2) * n * 4);
   s.total = Align64(s.rowm + 1LL * (n + 2) * n * 4);
   return s;
@@ -240,31 +244,18 @@ void PlaneGradients(const float* px, const float* py, int stride, int ox, int oy
     }
 }
 
-// Row sums of the normal equations. Integer members sum each row in 32-bit
-// integers (wrapping, which stays exact while a row's magnitude is below
-// 2^31: n x 16320 x 32640 for the mismatch sums) and add the row sums in
-// double; float members sum each row in float and add in double.
+// Row sums of the normal equations. The 8-bit member sums each row in
+// 32-bit integers with wrap-around and adds the row sums in double (the
+// vector kernels of optflow_simd.cpp, defined by optflow_ref.hpp); float
+// members sum each row in float and add the row sums in double.
 struct Sums {
   double xx, xy, yy;
 };
 
 void SumG(const Omb16s* gx, const Omb16s* gy, int n, int x0, int x1, int y0, int y1, Sums* g) {
-  double xx = 0, xy = 0, yy = 0;
-  for (int y = y0; y <= y1; ++y) {
-    std::uint32_t a = 0, b = 0, c = 0;
-    const Omb16s* px = gx + y * n;
-    const Omb16s* py = gy + y * n;
-    for (int x = x0; x <= x1; ++x) {
-      const std::int32_t ix = px[x], iy = py[x];
-      a += std::uint32_t(ix * ix);
-      b += std::uint32_t(ix * iy);
-      c += std::uint32_t(iy * iy);
-    }
-    xx += double(std::int32_t(a));
-    xy += double(std::int32_t(b));
-    yy += double(std::int32_t(c));
-  }
-  *g = {xx, xy, yy};
+  double s[3];
+  OptFlowSumG8u(gx, gy, n, x0, x1, y0, y1, s);
+  *g = {s[0], s[1], s[2]};
 }
 
 void SumG(const float* gx, const float* gy, int n, int x0, int x1, int y0, int y1, Sums* g) {
@@ -289,23 +280,10 @@ void SumG(const float* gx, const float* gy, int n, int x0, int x1, int y0, int y
 // meets window sample (x, y).
 void SumB(const Omb16s* gx, const Omb16s* gy, const Omb16u* t, const Omb16u* w, int n, int x0, int x1,
           int y0, int y1, double* bx, double* by) {
-  double sx = 0, sy = 0;
-  for (int y = y0; y <= y1; ++y) {
-    std::uint32_t a = 0, b = 0;
-    const Omb16s* px = gx + y * n;
-    const Omb16s* py = gy + y * n;
-    const Omb16u* pt = t + (y + 1) * (n + 2) + 1;
-    const Omb16u* pw = w + y * n;
-    for (int x = x0; x <= x1; ++x) {
-      const std::int32_t e = std::int32_t(pt[x]) - std::int32_t(pw[x]);
-      a += std::uint32_t(px[x] * e);
-      b += std::uint32_t(py[x] * e);
-    }
-    sx += double(std::int32_t(a));
-    sy += double(std::int32_t(b));
-  }
-  *bx = sx;
-  *by = sy;
+  double s[2];
+  OptFlowSumB8u(gx, gy, t, w, n, x0, x1, y0, y1, s);
+  *bx = s[0];
+  *by = s[1];
 }
 
 void SumB(const float* gx, const float* gy, const float* t, const float* w, int n, int x0, int x1, int y0,

@@ -2,6 +2,8 @@
 // work block.
 #pragma once
 
+#include <cstdint>
+
 #include "ombtypes.h"
 
 namespace omb {
@@ -23,5 +25,14 @@ struct OptFlowState {
 long long OptFlowWorkBytes(int type, int w, int h, int n, int threads, int scharr_bytes);
 // The published formula alone.
 long long OptFlowFormulaBytes(int type, int w, int h, int n, int threads, int scharr_bytes);
+
+// Window sums of the 8-bit member over rows/columns [x0, x1] x [y0, y1] of
+// n-wide gradient windows (template rows n + 2 wide): G as xx, xy, yy and b
+// as x, y. Vector kernels; every array must be readable for one vector
+// (64 bytes) past its last element.
+void OptFlowSumG8u(const std::int16_t* gx, const std::int16_t* gy, int n, int x0, int x1, int y0, int y1,
+                   double out[3]);
+void OptFlowSumB8u(const std::int16_t* gx, const std::int16_t* gy, const std::uint16_t* t,
+                   const std::uint16_t* w, int n, int x0, int x1, int y0, int y1, double out[2]);
 
 }  // namespace omb
