@@ -208,24 +208,18 @@ inline std::int32_t Q14(float f) { return static_cast<std::int32_t>(f * 16384.0f
 // holds 32 x the derivative of the 8-bit image and the windows must hold
 // 128 x the derivative, so the Q14 bilinear sum is taken times 4 (shift 12
 // instead of 14, rounding term 2^11) and limited like the template
-// gradients. (ox, oy) is the integer origin of the template window and
-// (fx, fy) its fraction; gradient (x, y) sits on template sample (x+1, y+1).
+// gradients (vector kernel of optflow_simd.cpp, defined in optflow_ref.hpp;
+// plane rows are read a vector past the window, into the planes' margin of
+// five columns and rows). (ox, oy) is the integer origin of the template
+// window and (fx, fy) its fraction; gradient (x, y) sits on template sample
+// (x+1, y+1).
 void PlaneGradients(const Omb16s* px, const Omb16s* py, int stride, int ox, int oy, float fx, float fy,
                     int n, int x0, int x1, int y0, int y1, Omb16s* gx, Omb16s* gy) {
   const std::int32_t wx = Q14(fx), wy = Q14(fy), ux = 16384 - wx, uy = 16384 - wy;
-  const std::int32_t w00 = (ux * uy + 16384) >> 14, w10 = (wx * uy + 16384) >> 14;
-  const std::int32_t w01 = (ux * wy + 16384) >> 14, w11 = (wx * wy + 16384) >> 14;
-  for (int y = y0; y <= y1; ++y) {
-    const std::ptrdiff_t row = std::ptrdiff_t(oy + y + 1) * stride + (ox + 1);
-    for (int x = x0; x <= x1; ++x) {
-      const Omb16s* a = px + row + x;
-      const Omb16s* b = py + row + x;
-      const std::int32_t vx = w00 * a[0] + w10 * a[1] + w01 * a[stride] + w11 * a[stride + 1] + 2048;
-      const std::int32_t vy = w00 * b[0] + w10 * b[1] + w01 * b[stride] + w11 * b[stride + 1] + 2048;
-      gx[y * n + x] = Limit16(vx >> 12);
-      gy[y * n + x] = Limit16(vy >> 12);
-    }
-  }
+  const std::int32_t w4[4] = {(ux * uy + 16384) >> 14, (wx * uy + 16384) >> 14, (ux * wy + 16384) >> 14,
+                              (wx * wy + 16384) >> 14};
+  const std::ptrdiff_t at = std::ptrdiff_t(oy + 1) * stride + (ox + 1);
+  OptFlowPlane8u(px + at, py + at, stride, w4, n, x0, x1, y0, y1, gx, gy);
 }
 
 // Float planes hold the plain Scharr sums: sampled with the float sub-pixel

@@ -34,5 +34,9 @@ void OptFlowSumG8u(const std::int16_t* gx, const std::int16_t* gy, int n, int x0
                    double out[3]);
 void OptFlowSumB8u(const std::int16_t* gx, const std::int16_t* gy, const std::uint16_t* t,
                    const std::uint16_t* w, int n, int x0, int x1, int y0, int y1, double out[2]);
+// Gradient windows of the 8-bit member from the 16-bit Scharr planes (see
+// optflow_ref.hpp); plane rows must be readable one vector past x1 + 1.
+void OptFlowPlane8u(const std::int16_t* px, const std::int16_t* py, int stride, const std::int32_t w4[4], int n,
+                    int x0, int x1, int y0, int y1, std::int16_t* gx, std::int16_t* gy);
 
 }  // namespace omb

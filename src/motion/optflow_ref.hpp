@@ -10,6 +10,7 @@
 // (samples are at most 32648).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace omb {
@@ -49,6 +50,27 @@ inline void OptFlowSumB(const std::int16_t* gx, const std::int16_t* gy, const st
     sy += double(std::int32_t(b));
   }
   out[0] = sx, out[1] = sy;
+}
+
+// Gradient windows from 16-bit Scharr planes (32 x the derivative): the Q14
+// bilinear sum with weights w4 = {w00, w10, w01, w11} taken times 4, i.e.
+// (sum + 2^11) >> 12, then limited to 16 bits (below -32767 gives -32768,
+// 32767 and above give 32767). px and py point at the plane sample under
+// gradient (0, 0); gradients are n wide.
+inline void OptFlowPlane(const std::int16_t* px, const std::int16_t* py, int stride, const std::int32_t* w4, int n,
+                         int x0, int x1, int y0, int y1, std::int16_t* gx, std::int16_t* gy) {
+  auto limit = [](std::int32_t v) {
+    return static_cast<std::int16_t>(v < -32767 ? -32768 : v >= 32767 ? 32767 : v);
+  };
+  for (int y = y0; y <= y1; ++y)
+    for (int x = x0; x <= x1; ++x) {
+      const std::int16_t* a = px + std::ptrdiff_t(y) * stride + x;
+      const std::int16_t* b = py + std::ptrdiff_t(y) * stride + x;
+      const std::int32_t vx = w4[0] * a[0] + w4[1] * a[1] + w4[2] * a[stride] + w4[3] * a[stride + 1] + 2048;
+      const std::int32_t vy = w4[0] * b[0] + w4[1] * b[1] + w4[2] * b[stride] + w4[3] * b[stride + 1] + 2048;
+      gx[y * n + x] = limit(vx >> 12);
+      gy[y * n + x] = limit(vy >> 12);
+    }
 }
 
 }  // namespace ref

@@ -72,7 +72,44 @@ void SumBImpl(const std::int16_t* gx, const std::int16_t* gy, const std::uint16_
   out[0] = sx, out[1] = sy;
 }
 
+// Gradient windows from the 16-bit Scharr planes: Q14 bilinear sum times 4
+// (shift 12, rounding term 2^11), saturated to 16 bits. The saturation is
+// the tracker's limit: below -32767 gives -32768, 32767 and above 32767.
+void PlaneImpl(const std::int16_t* px, const std::int16_t* py, int stride, const std::int32_t* w4, int n,
+               int x0, int x1, int y0, int y1, std::int16_t* gx, std::int16_t* gy) {
+  const hn::ScalableTag<std::int32_t> d32;
+  const hn::Rebind<std::int16_t, decltype(d32)> d16;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  const auto w00 = hn::Set(d32, w4[0]), w10 = hn::Set(d32, w4[1]);
+  const auto w01 = hn::Set(d32, w4[2]), w11 = hn::Set(d32, w4[3]);
+  const auto half = hn::Set(d32, 2048);
+  for (int y = y0; y <= y1; ++y) {
+    const std::int16_t* ra = px + std::ptrdiff_t(y) * stride;
+    const std::int16_t* rb = py + std::ptrdiff_t(y) * stride;
+    for (int x = x0; x <= x1; x += lanes) {
+      const auto m = hn::FirstN(d16, static_cast<size_t>(x1 - x + 1));
+      auto one = [&](const std::int16_t* r) {
+        const auto s00 = hn::PromoteTo(d32, hn::LoadU(d16, r + x));
+        const auto s10 = hn::PromoteTo(d32, hn::LoadU(d16, r + x + 1));
+        const auto s01 = hn::PromoteTo(d32, hn::LoadU(d16, r + stride + x));
+        const auto s11 = hn::PromoteTo(d32, hn::LoadU(d16, r + stride + x + 1));
+        auto v = hn::Add(hn::Mul(w00, s00), hn::Mul(w10, s10));
+        v = hn::Add(v, hn::Mul(w01, s01));
+        v = hn::Add(v, hn::Mul(w11, s11));
+        return hn::DemoteTo(d16, hn::ShiftRight<12>(hn::Add(v, half)));
+      };
+      hn::BlendedStore(one(ra), m, d16, gx + y * n + x);
+      hn::BlendedStore(one(rb), m, d16, gy + y * n + x);
+    }
+  }
+}
+
 #else
+
+void PlaneImpl(const std::int16_t* px, const std::int16_t* py, int stride, const std::int32_t* w4, int n,
+               int x0, int x1, int y0, int y1, std::int16_t* gx, std::int16_t* gy) {
+  ref::OptFlowPlane(px, py, stride, w4, n, x0, x1, y0, y1, gx, gy);
+}
 
 void SumGImpl(const std::int16_t* gx, const std::int16_t* gy, int n, int x0, int x1, int y0, int y1,
               double* out) {
@@ -94,6 +131,12 @@ HWY_AFTER_NAMESPACE();
 namespace omb {
 HWY_EXPORT(SumGImpl);
 HWY_EXPORT(SumBImpl);
+HWY_EXPORT(PlaneImpl);
+
+void OptFlowPlane8u(const std::int16_t* px, const std::int16_t* py, int stride, const std::int32_t w4[4], int n,
+                    int x0, int x1, int y0, int y1, std::int16_t* gx, std::int16_t* gy) {
+  HWY_DYNAMIC_DISPATCH(PlaneImpl)(px, py, stride, w4, n, x0, x1, y0, y1, gx, gy);
+}
 
 void OptFlowSumG8u(const std::int16_t* gx, const std::int16_t* gy, int n, int x0, int x1, int y0, int y1,
                    double out[3]) {
