@@ -1,0 +1,584 @@
+// ombiCopySubpix_* and ombiCopySubpixIntersect_* against plain models
+// written from Part 10.2 (Q14 weights with their whole-unit rounding term,
+// the scale factor with negative shifts, the float weights and summation
+// order, the window geometry), on random images with padded, odd and
+// misaligned steps, on every SIMD target; hand-worked values; windows
+// crossing every side of the source and lying wholly outside it; and the
+// order of the argument checks.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cfloat>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "ombcv.h"
+#include "support/arg_check.hpp"
+#include "support/test_image.hpp"
+
+namespace omb_test {
+namespace {
+
+// ---- model ------------------------------------------------------------------
+
+// Fraction of a coordinate: c - trunc(c), plus 1 when negative, in float;
+// a non-finite coordinate has the fraction 0 (the library's reading).
+float Frac(float c) {
+  if (std::isnan(c) || std::isinf(c)) return 0.0f;
+  const float t = std::trunc(c);
+  float f = c - t;
+  if (f < 0.0f) f += 1.0f;
+  return f;
+}
+
+int Q14(float f) {
+  const float t = f * 16384.0f + 0.5f;
+  return static_cast<int>(std::trunc(t));
+}
+
+// The arithmetic of one member for given fractions and scale factor.
+struct Weights {
+  bool flt;
+  long long q[4];  // w00, w10, w01, w11 (Q14)
+  float f[4];
+  long long shift;
+  double top;
+};
+
+template <class D>
+Weights MakeWeights(float fx, float fy, int scale) {
+  Weights w{};
+  w.flt = std::is_same_v<D, Omb32f>;
+  const float ux = 1.0f - fx, uy = 1.0f - fy;
+  w.f[0] = ux * uy;
+  w.f[1] = fx * uy;
+  w.f[2] = ux * fy;
+  w.f[3] = fx * fy;
+  const long long wx = Q14(fx), wy = Q14(fy), vx = 16384 - wx, vy = 16384 - wy;
+  // "+ 16384" is one whole unit of the Q14 result, not a half.
+  w.q[0] = (vx * vy + 16384) / 16384;
+  w.q[1] = (wx * vy + 16384) / 16384;
+  w.q[2] = (vx * wy + 16384) / 16384;
+  w.q[3] = (wx * wy + 16384) / 16384;
+  for (long long q : w.q) EXPECT_LE(q, 65535) << "weight kept to 16 bits";
+  w.shift = 14LL + scale;
+  w.top = sizeof(D) == 1 ? 255.0 : 65535.0;
+  return w;
+}
+
+float Value(Omb8u v) {
+  static const std::vector<float> table = [] {
+    std::vector<float> t(256);
+    for (int i = 0; i < 256; ++i) t[i] = static_cast<float>(i);
+    return t;
+  }();
+  return table[v];
+}
+float Value(Omb16u v) { return static_cast<float>(v); }
+float Value(Omb32f v) { return v; }
+
+template <class S, class D>
+D ModelPixel(const Weights& w, S s00, S s10, S s01, S s11) {
+  if constexpr (std::is_same_v<D, Omb32f>) {
+    float d = w.f[0] * Value(s00);
+    d = d + w.f[1] * Value(s10);
+    d = d + w.f[2] * Value(s01);
+    d = d + w.f[3] * Value(s11);
+    return d;
+  } else {
+    const long long s = w.q[0] * s00 + w.q[1] * s10 + w.q[2] * s01 + w.q[3] * s11;
+    double v;
+    if (w.shift > 0) {
+      // (s + 2^(shift-1)) >> shift, exactly (s < 2^31).
+      v = std::floor(std::ldexp(static_cast<double>(s),
+                                -static_cast<int>(std::min(w.shift, 100LL))) + 0.5);
+    } else {
+      v = std::ldexp(static_cast<double>(s), static_cast<int>(std::min(-w.shift, 100LL)));
+    }
+    return static_cast<D>(std::min(v, w.top));
+  }
+}
+
+template <class T>
+bool Same(T got, T want) {
+  if constexpr (std::is_same_v<T, float>) {
+    return std::isnan(want) ? std::isnan(got) : FloatBits(got) == FloatBits(want);
+  } else {
+    return got == want;
+  }
+}
+
+template <class T>
+std::string Show(T v) {
+  if constexpr (std::is_same_v<T, float>) {
+    char b[64];
+    std::snprintf(b, sizeof b, "%.9g (0x%08x)", v, FloatBits(v));
+    return b;
+  } else {
+    return std::to_string(v);
+  }
+}
+
+// Integer part of the window origin: trunc(t) limited to 32 bits, NaN as
+// -2^31.
+long long TruncOrigin(float t) {
+  if (std::isnan(t)) return INT_MIN;
+  if (t >= 2147483648.0f) return 2147483648LL;
+  if (t <= -2147483648.0f) return INT_MIN;
+  return static_cast<long long>(std::trunc(t));
+}
+
+// Part 10.2 steps 1 to 4 on one axis.
+struct Axis {
+  long long i;
+  float frac;
+  int lo, hi;
+};
+Axis AxisModel(float c, int n, int len) {
+  Axis a;
+  const float o = c - static_cast<float>(n - 1) * 0.5f;
+  const float t = static_cast<float>(n) + o;
+  a.i = TruncOrigin(t) - n;
+  a.frac = Frac(o - static_cast<float>(a.i));
+  long long lo = a.i < 0 ? -a.i : 0;
+  if (lo > n) lo = n;
+  long long hi = (a.i + n - 1 > len - 2) ? len - 2 - a.i : n - 1;
+  if (a.i >= len) {
+    lo = 0;
+    hi = -1;
+  }
+  a.lo = static_cast<int>(lo);
+  a.hi = static_cast<int>(hi);
+  return a;
+}
+
+// ---- the members as uniform callables ---------------------------------------
+
+template <class S, class D>
+using CopyFn = std::function<OmbResult(const S*, int, D*, int, OmbRoiSize, float, float, int)>;
+template <class S, class D>
+using IsectFn = std::function<OmbResult(const S*, int, OmbRoiSize, D*, int, OmbRoiSize,
+                                        OmbPoint32f, OmbPoint*, OmbPoint*, int)>;
+
+template <class S, class D>
+CopyFn<S, D> Plain(OmbResult (*fn)(const S*, int, D*, int, OmbRoiSize, Omb32f, Omb32f)) {
+  return [fn](const S* s, int ss, D* d, int ds, OmbRoiSize r, float dx, float dy, int) {
+    return fn(s, ss, d, ds, r, dx, dy);
+  };
+}
+template <class S, class D>
+IsectFn<S, D> Plain(OmbResult (*fn)(const S*, int, OmbRoiSize, D*, int, OmbRoiSize,
+                                    OmbPoint32f, OmbPoint*, OmbPoint*)) {
+  return [fn](const S* s, int ss, OmbRoiSize sr, D* d, int ds, OmbRoiSize w, OmbPoint32f p,
+              OmbPoint* mn, OmbPoint* mx, int) { return fn(s, ss, sr, d, ds, w, p, mn, mx); };
+}
+
+Layout RandomLayout(Rng& rng, int elem_bytes, bool aligned) {
+  Layout l;
+  l.off_x = static_cast<int>(rng() % 3);
+  l.off_y = static_cast<int>(rng() % 2);
+  l.rows_below = 1 + static_cast<int>(rng() % 2);
+  if (aligned) {
+    l.pad_bytes = elem_bytes * static_cast<int>(rng() % 5);
+    l.shift = elem_bytes * static_cast<int>(rng() % 4);
+  } else {
+    // The source step of the 16- and 32-bit members has no alignment test:
+    // odd steps and odd starting addresses must work.
+    l.pad_bytes = static_cast<int>(rng() % 9);
+    l.shift = static_cast<int>(rng() % 8);
+  }
+  return l;
+}
+
+const float kOffsets[] = {0.0f, 0.25f, 2.25f, -0.25f, 0.5f, 0.75f, -1.75f, 0.999999f,
+                          1e-9f, -1e-9f, 0.33333334f, 123.7f, -7.1f, 1.0f - 0x1p-24f,
+                          0.99997f, 3.00003f, 1e30f, NAN, INFINITY, -INFINITY, 0x1p-30f};
+
+// ---- CopySubpix ------------------------------------------------------------
+
+template <class S, class D>
+void CheckCopy(const CopyFn<S, D>& fn, int scale, Rng& rng) {
+  const OmbRoiSize sizes[] = {{1, 1}, {2, 3}, {7, 5}, {21, 21}, {16, 2}, {33, 4},
+                              {64, 3}, {67, 9}, {8, 1}, {31, 2}};
+  for (OmbRoiSize r : sizes) {
+    for (int rep = 0; rep < 6; ++rep) {
+      const float dx = kOffsets[rng() % std::size(kOffsets)];
+      const float dy = rep == 0 ? 0.0f : kOffsets[rng() % std::size(kOffsets)];
+      SCOPED_TRACE(::testing::Message() << r.width << "x" << r.height << " dx " << dx
+                                        << " dy " << dy << " scale " << scale);
+      TestImage<S> src(r.width + 1, r.height + 1,
+                       RandomLayout(rng, sizeof(S), sizeof(S) == 1));
+      TestImage<D> dst(r.width, r.height, RandomLayout(rng, sizeof(D), true));
+      FillRandom(src, rng, 0.05);
+      FillRandom(dst, rng, 0.0);
+      ASSERT_EQ(fn(src.Roi(), src.Step(), dst.Roi(), dst.Step(), r, dx, dy, scale), ombResultOk);
+      const Weights w = MakeWeights<D>(Frac(dx), Frac(dy), scale);
+      for (int y = 0; y < r.height; ++y) {
+        for (int x = 0; x < r.width; ++x) {
+          const D want = ModelPixel<S, D>(w, src.Get(x, y), src.Get(x + 1, y),
+                                          src.Get(x, y + 1), src.Get(x + 1, y + 1));
+          const D got = dst.Get(x, y);
+          ASSERT_TRUE(Same(got, want)) << "pixel (" << x << ", " << y << "): got " << Show(got)
+                                       << ", want " << Show(want);
+        }
+      }
+      EXPECT_TRUE(dst.GuardsIntact());
+      EXPECT_TRUE(src.Unchanged());
+    }
+  }
+}
+
+const int kScales[] = {-7, 0, 1, 5, -1, -13, -14, -15, -20, 17, 18, 31, 50,
+                       INT_MIN, INT_MAX, -7};
+
+TEST(CopySubpix, MatchesModelOnEveryTarget) {
+  ForEachSimdTarget([] {
+    Rng rng(101);
+    CheckCopy<Omb8u, Omb8u>(Plain(ombiCopySubpix_8u_C1R), 0, rng);
+    for (int scale : kScales) {
+      CheckCopy<Omb8u, Omb16u>(ombiCopySubpix_8u16u_C1R_Sfs, scale, rng);
+    }
+    CheckCopy<Omb8u, Omb32f>(Plain(ombiCopySubpix_8u32f_C1R), 0, rng);
+    CheckCopy<Omb16u, Omb16u>(Plain(ombiCopySubpix_16u_C1R), 0, rng);
+    CheckCopy<Omb16u, Omb32f>(Plain(ombiCopySubpix_16u32f_C1R), 0, rng);
+    CheckCopy<Omb32f, Omb32f>(Plain(ombiCopySubpix_32f_C1R), 0, rng);
+  });
+}
+
+// Runs a member on one fixed random source with two offset pairs and
+// compares the two outputs bit for bit.
+template <class S, class D, class Fn>
+void ExpectSameOutput(Fn fn, float dx1, float dy1, float dx2, float dy2) {
+  SCOPED_TRACE(::testing::Message() << "(" << dx1 << ", " << dy1 << ") vs (" << dx2 << ", "
+                                    << dy2 << ")");
+  Rng rng(7);
+  const OmbRoiSize r{37, 6};
+  TestImage<S> src(r.width + 1, r.height + 1);
+  FillRandom(src, rng, 0.0);
+  TestImage<D> a(r.width, r.height), b(r.width, r.height);
+  ASSERT_EQ(fn(src.Roi(), src.Step(), a.Roi(), a.Step(), r, dx1, dy1), ombResultOk);
+  ASSERT_EQ(fn(src.Roi(), src.Step(), b.Roi(), b.Step(), r, dx2, dy2), ombResultOk);
+  EXPECT_TRUE(SameBytes(a, b));
+}
+
+TEST(CopySubpix, OnlyTheFractionCounts) {
+  auto sfs = [](const Omb8u* s, int ss, Omb16u* d, int ds, OmbRoiSize r, float x, float y) {
+    return ombiCopySubpix_8u16u_C1R_Sfs(s, ss, d, ds, r, x, y, -7);
+  };
+  for (auto [a, b] : {std::pair{2.25f, 0.25f}, std::pair{-0.25f, 0.75f},
+                      std::pair{-3.5f, 0.5f}, std::pair{7.0f, 0.0f}, std::pair{-1.0f, 0.0f}}) {
+    ExpectSameOutput<Omb8u, Omb8u>(ombiCopySubpix_8u_C1R, a, 0.5f, b, 0.5f);
+    ExpectSameOutput<Omb8u, Omb8u>(ombiCopySubpix_8u_C1R, 0.125f, a, 0.125f, b);
+    ExpectSameOutput<Omb8u, Omb16u>(sfs, a, a, b, b);
+    ExpectSameOutput<Omb8u, Omb32f>(ombiCopySubpix_8u32f_C1R, a, a, b, b);
+    ExpectSameOutput<Omb16u, Omb16u>(ombiCopySubpix_16u_C1R, a, 0.3f, b, 0.3f);
+    ExpectSameOutput<Omb16u, Omb32f>(ombiCopySubpix_16u32f_C1R, 0.6f, a, 0.6f, b);
+    ExpectSameOutput<Omb32f, Omb32f>(ombiCopySubpix_32f_C1R, a, b, b, b);
+  }
+}
+
+// Values worked by hand from the formulas of Part 10.2.
+TEST(CopySubpix, HandWorkedValues) {
+  // dx = 0.25: wx = 4096, ux = 12288; dy = 0: wy = 0, uy = 16384. Weights
+  // w00 = 12289, w10 = 4097, w01 = 1, w11 = 1 (the whole-unit rounding term
+  // adds one to each). Source columns 0 and 100.
+  const Omb8u src8[2][2] = {{0, 100}, {0, 100}};
+  Omb8u d8 = 0;
+  ASSERT_EQ(ombiCopySubpix_8u_C1R(&src8[0][0], 2, &d8, 1, {1, 1}, 0.25f, 0.0f), ombResultOk);
+  EXPECT_EQ(d8, 25);  // (4097 * 100 + 100 + 8192) >> 14 = 417992 >> 14
+  ASSERT_EQ(ombiCopySubpix_8u_C1R(&src8[0][0], 2, &d8, 1, {1, 1}, -0.25f, 0.0f), ombResultOk);
+  // dx = -0.25 uses 0.75: w10 = (12288 * 16384 + 16384) >> 14 = 12289.
+  EXPECT_EQ(d8, 75);  // (12289 * 100 + 100 + 8192) >> 14 = 1237192 >> 14
+
+  // Scale -7 (values times 128): shift 7, rounding term 2^6. Constant 255
+  // at fraction 0: weights 16385, 1, 1, 1.
+  const Omb8u full[2][2] = {{255, 255}, {255, 255}};
+  Omb16u d16 = 0;
+  ASSERT_EQ(ombiCopySubpix_8u16u_C1R_Sfs(&full[0][0], 2, &d16, 2, {1, 1}, 0.0f, 0.0f, -7),
+            ombResultOk);
+  EXPECT_EQ(d16, (16388 * 255 + 64) >> 7);  // 32648, not 255 * 128
+  ASSERT_EQ(ombiCopySubpix_8u16u_C1R_Sfs(&full[0][0], 2, &d16, 2, {1, 1}, 0.0f, 0.0f, -14),
+            ombResultOk);
+  EXPECT_EQ(d16, 65535);  // 16388 * 255 = 4178940, limited
+  const Omb8u one[2][2] = {{1, 0}, {0, 0}};
+  ASSERT_EQ(ombiCopySubpix_8u16u_C1R_Sfs(&one[0][0], 2, &d16, 2, {1, 1}, 0.0f, 0.0f, -16),
+            ombResultOk);
+  EXPECT_EQ(d16, 65535);  // 16385 << 2
+  ASSERT_EQ(ombiCopySubpix_8u16u_C1R_Sfs(&one[0][0], 2, &d16, 2, {1, 1}, 0.0f, 0.0f, -12),
+            ombResultOk);
+  EXPECT_EQ(d16, 4096);  // (16385 + 2) >> 2
+  ASSERT_EQ(ombiCopySubpix_8u16u_C1R_Sfs(&one[0][0], 2, &d16, 2, {1, 1}, 0.0f, 0.0f, 4),
+            ombResultOk);
+  EXPECT_EQ(d16, 0);  // (16385 + 2^17) >> 18
+
+  // 16u at fraction 0: 65535 x 16388 >> 14 = 65550, stored as 65535.
+  const Omb16u big[2][2] = {{65535, 65535}, {65535, 65535}};
+  ASSERT_EQ(ombiCopySubpix_16u_C1R(&big[0][0], 4, &d16, 2, {1, 1}, 0.0f, 0.0f), ombResultOk);
+  EXPECT_EQ(d16, 65535);
+  const Omb16u mid[2][2] = {{1000, 3000}, {5000, 7000}};
+  ASSERT_EQ(ombiCopySubpix_16u_C1R(&mid[0][0], 4, &d16, 2, {1, 1}, 0.5f, 0.5f), ombResultOk);
+  // All four weights (8192 * 8192 + 16384) >> 14 = 4097.
+  EXPECT_EQ(d16, (4097 * 16000 + 8192) >> 14);
+
+  // Float: weights (0.75, 0.25) x (0.5, 0.5), summed in formula order.
+  const float f[2][2] = {{0.0f, 1.0f}, {10.0f, 11.0f}};
+  float d = 0.0f;
+  ASSERT_EQ(ombiCopySubpix_32f_C1R(&f[0][0], 8, &d, 4, {1, 1}, 0.25f, -0.5f), ombResultOk);
+  EXPECT_EQ(d, 5.25f);
+}
+
+// ---- CopySubpixIntersect -----------------------------------------------------
+
+template <class S, class D>
+void CheckIntersectOne(const IsectFn<S, D>& fn, int scale, const TestImage<S>& src,
+                       OmbRoiSize win, OmbPoint32f c, Rng& rng) {
+  SCOPED_TRACE(::testing::Message() << "source " << src.Width() << "x" << src.Height()
+                                    << " window " << win.width << "x" << win.height
+                                    << " centre (" << c.x << ", " << c.y << ") scale " << scale);
+  TestImage<D> dst(win.width, win.height, RandomLayout(rng, sizeof(D), true));
+  FillRandom(dst, rng, 0.0);
+  const TestImage<D> before(dst);
+  OmbPoint mn{-99, -99}, mx{-99, -99};
+  ASSERT_EQ(fn(src.Roi(), src.Step(), src.Size(), dst.Roi(), dst.Step(), win, c, &mn, &mx, scale),
+            ombResultOk);
+  const Axis ax = AxisModel(c.x, win.width, src.Width());
+  const Axis ay = AxisModel(c.y, win.height, src.Height());
+  ASSERT_EQ(mn.x, ax.lo);
+  ASSERT_EQ(mx.x, ax.hi);
+  ASSERT_EQ(mn.y, ay.lo);
+  ASSERT_EQ(mx.y, ay.hi);
+  const Weights w = MakeWeights<D>(ax.frac, ay.frac, scale);
+  for (int y = 0; y < win.height; ++y) {
+    for (int x = 0; x < win.width; ++x) {
+      const D got = dst.Get(x, y);
+      if (x >= ax.lo && x <= ax.hi && y >= ay.lo && y <= ay.hi) {
+        const int sx = static_cast<int>(ax.i + x), sy = static_cast<int>(ay.i + y);
+        ASSERT_TRUE(sx >= 0 && sx + 1 < src.Width() && sy >= 0 && sy + 1 < src.Height());
+        const D want = ModelPixel<S, D>(w, src.Get(sx, sy), src.Get(sx + 1, sy),
+                                        src.Get(sx, sy + 1), src.Get(sx + 1, sy + 1));
+        ASSERT_TRUE(Same(got, want)) << "pixel (" << x << ", " << y << "): got " << Show(got)
+                                     << ", want " << Show(want);
+      } else {
+        ASSERT_EQ(std::memcmp(dst.PixelBytes(x, y), before.PixelBytes(x, y), sizeof(D)), 0)
+            << "pixel (" << x << ", " << y << ") outside [min, max] was written";
+      }
+    }
+  }
+  EXPECT_TRUE(dst.GuardsIntact());
+  EXPECT_TRUE(src.Unchanged());
+}
+
+template <class S, class D>
+void CheckIntersect(const IsectFn<S, D>& fn, int scale, Rng& rng) {
+  const OmbRoiSize srcs[] = {{1, 1}, {2, 2}, {5, 4}, {30, 20}, {3, 40}};
+  const OmbRoiSize wins[] = {{1, 1}, {2, 3}, {5, 5}, {21, 21}, {23, 7}, {40, 3}, {17, 2}};
+  for (OmbRoiSize sr : srcs) {
+    TestImage<S> src(sr.width, sr.height, RandomLayout(rng, sizeof(S), sizeof(S) == 1));
+    FillRandom(src, rng, 0.05);
+    for (OmbRoiSize win : wins) {
+      // Centres from well left of / above the source to well right of /
+      // below it, so that the window crosses every side and lies wholly
+      // outside on every side.
+      for (int k = 0; k < 14; ++k) {
+        const float span_x = static_cast<float>(sr.width + 2 * win.width + 4);
+        const float span_y = static_cast<float>(sr.height + 2 * win.height + 4);
+        const float u = static_cast<float>(rng() % 100000) / 100000.0f;
+        const float v = static_cast<float>(rng() % 100000) / 100000.0f;
+        OmbPoint32f c{-static_cast<float>(win.width) - 2.0f + u * span_x,
+                      -static_cast<float>(win.height) - 2.0f + v * span_y};
+        if (k % 5 == 1) c.x = std::round(c.x * 2.0f) * 0.5f;  // whole and half centres
+        if (k % 5 == 2) c.y = std::round(c.y);
+        CheckIntersectOne(fn, scale, src, win, c, rng);
+      }
+    }
+    for (OmbPoint32f c : {OmbPoint32f{NAN, 1.0f}, OmbPoint32f{1.0f, NAN},
+                          OmbPoint32f{INFINITY, 1.0f}, OmbPoint32f{-INFINITY, 1.0f},
+                          OmbPoint32f{1.0f, 3e9f}, OmbPoint32f{-3e9f, -3e9f},
+                          OmbPoint32f{-1e-7f, 2.9999998f}, OmbPoint32f{0.5f, 0.5f}}) {
+      CheckIntersectOne(fn, scale, src, {5, 3}, c, rng);
+    }
+  }
+}
+
+TEST(CopySubpixIntersect, MatchesModelOnEveryTarget) {
+  ForEachSimdTarget([] {
+    Rng rng(202);
+    CheckIntersect<Omb8u, Omb8u>(Plain(ombiCopySubpixIntersect_8u_C1R), 0, rng);
+    for (int scale : {-7, 0, 3, -10, -15, 40, INT_MIN}) {
+      CheckIntersect<Omb8u, Omb16u>(ombiCopySubpixIntersect_8u16u_C1R_Sfs, scale, rng);
+    }
+    CheckIntersect<Omb8u, Omb32f>(Plain(ombiCopySubpixIntersect_8u32f_C1R), 0, rng);
+    CheckIntersect<Omb16u, Omb16u>(Plain(ombiCopySubpixIntersect_16u_C1R), 0, rng);
+    CheckIntersect<Omb16u, Omb32f>(Plain(ombiCopySubpixIntersect_16u32f_C1R), 0, rng);
+    CheckIntersect<Omb32f, Omb32f>(Plain(ombiCopySubpixIntersect_32f_C1R), 0, rng);
+  });
+}
+
+// Geometry worked by hand: a 10x10 source, a 5x5 window (centre offset 2).
+struct GeoCase {
+  float cx, cy;
+  OmbPoint mn, mx;
+};
+
+TEST(CopySubpixIntersect, WindowOnEverySide) {
+  const GeoCase cases[] = {
+      {4.0f, 4.0f, {0, 0}, {4, 4}},      // inside: origin (2, 2)
+      {0.5f, 4.0f, {2, 0}, {4, 4}},      // left: x0 = -1.5, ix = trunc(3.5) - 5 = -2
+      {8.5f, 4.0f, {0, 0}, {2, 4}},      // right: ix = 6, max.x = 10 - 2 - 6
+      {4.0f, -0.25f, {0, 3}, {4, 4}},    // top: y0 = -2.25, iy = trunc(2.75) - 5 = -3
+      {4.0f, 9.0f, {0, 0}, {4, 1}},      // bottom: iy = 7, max.y = 10 - 2 - 7
+      {-1.0f, -1.0f, {3, 3}, {4, 4}},    // top-left corner
+      {9.9f, 9.9f, {0, 0}, {1, 1}},      // bottom-right corner: ix = 7, max 10 - 2 - 7
+      {-3.5f, 4.0f, {5, 0}, {4, 4}},     // wholly left: min.x = 5 (limited), max.x = 4
+      {4.0f, -6.0f, {0, 5}, {4, 4}},     // wholly above
+      {12.0f, 4.0f, {0, 0}, {-1, 4}},    // wholly right: ix = 10 >= srcW
+      {4.0f, 12.5f, {0, 0}, {4, -1}},    // wholly below
+      {11.5f, 4.0f, {0, 0}, {-1, 4}},    // ix = 9 = srcW - 1: max.x = -1 by step 3
+      {-30.5f, 4.0f, {5, 0}, {4, 4}},    // origin below -W: trunc is not a floor
+  };
+  Rng rng(5);
+  TestImage<Omb8u> src(10, 10);
+  FillRandom(src, rng, 0.0);
+  for (const GeoCase& g : cases) {
+    SCOPED_TRACE(::testing::Message() << "centre (" << g.cx << ", " << g.cy << ")");
+    TestImage<Omb16u> dst(5, 5);
+    FillRandom(dst, rng, 0.0);
+    OmbPoint mn{-99, -99}, mx{-99, -99};
+    ASSERT_EQ(ombiCopySubpixIntersect_8u16u_C1R_Sfs(src.Roi(), src.Step(), src.Size(), dst.Roi(),
+                                                    dst.Step(), {5, 5}, {g.cx, g.cy}, &mn, &mx, -7),
+              ombResultOk);
+    EXPECT_EQ(mn.x, g.mn.x);
+    EXPECT_EQ(mn.y, g.mn.y);
+    EXPECT_EQ(mx.x, g.mx.x);
+    EXPECT_EQ(mx.y, g.mx.y);
+    if (g.mx.x < g.mn.x || g.mx.y < g.mn.y) {
+      EXPECT_TRUE(dst.Unchanged()) << "nothing to copy";
+    }
+  }
+}
+
+TEST(CopySubpixIntersect, WhollyOutsideLeavesTheDestinationUntouched) {
+  Rng rng(6);
+  TestImage<Omb32f> src(20, 10);
+  FillRandom(src, rng, 0.0);
+  for (OmbPoint32f c : {OmbPoint32f{40.0f, 5.0f}, OmbPoint32f{23.0f, 5.0f},
+                        OmbPoint32f{5.0f, 30.0f}, OmbPoint32f{-20.0f, 5.0f},
+                        OmbPoint32f{5.0f, -20.0f}, OmbPoint32f{NAN, NAN}}) {
+    TestImage<Omb32f> dst(7, 7);
+    FillRandom(dst, rng, 0.0);
+    OmbPoint mn, mx;
+    ASSERT_EQ(ombiCopySubpixIntersect_32f_C1R(src.Roi(), src.Step(), src.Size(), dst.Roi(),
+                                              dst.Step(), {7, 7}, c, &mn, &mx),
+              ombResultOk);
+    EXPECT_TRUE(mn.x > mx.x || mn.y > mx.y);
+    EXPECT_TRUE(dst.Unchanged());
+    if (c.x >= 23.0f) {  // origin 20 = srcW
+      EXPECT_EQ(mn.x, 0);
+      EXPECT_EQ(mx.x, -1);
+    }
+    if (c.y >= 20.0f) {
+      EXPECT_EQ(mn.y, 0);
+      EXPECT_EQ(mx.y, -1);
+    }
+  }
+}
+
+// The window the tracker samples: scale -7 gives the interpolated value
+// times 128 (up to the whole-unit rounding of the weights).
+TEST(CopySubpixIntersect, ScaleMinusSevenIsTimes128) {
+  Rng rng(8);
+  TestImage<Omb8u> src(64, 48);
+  FillRandom(src, rng, 0.0);
+  TestImage<Omb16u> dst(21, 21);
+  OmbPoint mn, mx;
+  ASSERT_EQ(ombiCopySubpixIntersect_8u16u_C1R_Sfs(src.Roi(), src.Step(), src.Size(), dst.Roi(),
+                                                  dst.Step(), {21, 21}, {30.0f, 20.0f}, &mn, &mx,
+                                                  -7),
+            ombResultOk);
+  for (int y = 0; y < 21; ++y) {
+    for (int x = 0; x < 21; ++x) {
+      const int s = src.Get(20 + x, 10 + y);
+      const int want = (16385 * s + src.Get(21 + x, 10 + y) + src.Get(20 + x, 11 + y) +
+                        src.Get(21 + x, 11 + y) + 64) >> 7;
+      ASSERT_EQ(dst.Get(x, y), want);
+      ASSERT_LE(dst.Get(x, y) - s * 128, 8);
+    }
+  }
+}
+
+// ---- argument checks --------------------------------------------------------
+
+#define OMB_FN(fn) #fn, fn
+
+template <class S, class D>
+ArgFront CopyFront(const char* name, CopyFn<S, D> fn) {
+  ArgFront f;
+  f.name = name;
+  ArgImage src{ElemOf<S>()}, dst{ElemOf<D>(), true};
+  src.align_tested = false;  // only the destination step is tested (-108)
+  src.extra_rows = 1;        // one row below the ROI is read
+  f.images = {src, dst};
+  f.defaults = {0.25, 0.5, -7};
+  f.call = [fn](const CallArgs& a) {
+    return fn(a.P<const S>(0), a.step[0], a.P<D>(1), a.step[1], a.roi,
+              static_cast<float>(a.p[0]), static_cast<float>(a.p[1]), static_cast<int>(a.p[2]));
+  };
+  return f;
+}
+
+TEST(CopySubpix, ChecksArgumentsInOrder) {
+  ExpectCheckOrder(CopyFront<Omb8u, Omb8u>(OMB_FN(Plain(ombiCopySubpix_8u_C1R))));
+  ExpectCheckOrder(CopyFront<Omb8u, Omb16u>(OMB_FN(ombiCopySubpix_8u16u_C1R_Sfs)));
+  ExpectCheckOrder(CopyFront<Omb8u, Omb32f>(OMB_FN(Plain(ombiCopySubpix_8u32f_C1R))));
+  ExpectCheckOrder(CopyFront<Omb16u, Omb16u>(OMB_FN(Plain(ombiCopySubpix_16u_C1R))));
+  ExpectCheckOrder(CopyFront<Omb16u, Omb32f>(OMB_FN(Plain(ombiCopySubpix_16u32f_C1R))));
+  ExpectCheckOrder(CopyFront<Omb32f, Omb32f>(OMB_FN(Plain(ombiCopySubpix_32f_C1R))));
+}
+
+// The harness knows one ROI: it is the source size here; the window size is
+// two parameters checked with the sizes, and the destination row length
+// follows the window width.
+template <class S, class D>
+ArgFront IsectFront(const char* name, IsectFn<S, D> fn) {
+  constexpr int kWinW = 5, kWinH = 4, kHarnessW = 11;
+  ArgFront f;
+  f.name = name;
+  ArgImage src{ElemOf<S>()}, dst{ElemOf<D>(), true};
+  src.align_tested = false;
+  dst.extra_cols = kWinW - kHarnessW;
+  dst.extra_rows = 1;
+  ArgImage pt{Elem::k32s, true};
+  pt.pointer_only = true;
+  f.images = {src, dst, pt, pt};
+  f.params = {{0, {0, -1, INT_MIN}, ombResultBadSize, true},
+              {1, {0, -3}, ombResultBadSize, true}};
+  f.defaults = {kWinW, kWinH, 5.0, 1.5, -7};
+  f.extra_elems = [](const CallArgs& a, std::size_t i) -> long long {
+    return i == 1 ? static_cast<long long>(a.p[0]) - a.roi.width : 0;
+  };
+  f.call = [fn](const CallArgs& a) {
+    return fn(a.P<const S>(0), a.step[0], a.roi, a.P<D>(1), a.step[1],
+              {static_cast<int>(a.p[0]), static_cast<int>(a.p[1])},
+              {static_cast<float>(a.p[2]), static_cast<float>(a.p[3])}, a.P<OmbPoint>(2),
+              a.P<OmbPoint>(3), static_cast<int>(a.p[4]));
+  };
+  return f;
+}
+
+TEST(CopySubpixIntersect, ChecksArgumentsInOrder) {
+  ExpectCheckOrder(IsectFront<Omb8u, Omb8u>(OMB_FN(Plain(ombiCopySubpixIntersect_8u_C1R))));
+  ExpectCheckOrder(IsectFront<Omb8u, Omb16u>(OMB_FN(ombiCopySubpixIntersect_8u16u_C1R_Sfs)));
+  ExpectCheckOrder(IsectFront<Omb8u, Omb32f>(OMB_FN(Plain(ombiCopySubpixIntersect_8u32f_C1R))));
+  ExpectCheckOrder(IsectFront<Omb16u, Omb16u>(OMB_FN(Plain(ombiCopySubpixIntersect_16u_C1R))));
+  ExpectCheckOrder(IsectFront<Omb16u, Omb32f>(OMB_FN(Plain(ombiCopySubpixIntersect_16u32f_C1R))));
+  ExpectCheckOrder(IsectFront<Omb32f, Omb32f>(OMB_FN(Plain(ombiCopySubpixIntersect_32f_C1R))));
+}
+
+}  // namespace
+}  // namespace omb_test
