@@ -251,6 +251,57 @@ TEST(CopySubpix, MatchesModelOnEveryTarget) {
   });
 }
 
+// Every row width from 1 to 70 (every vector length, the overlapping last
+// vector and the scalar rows), random fractions, and constant sources at
+// the top of the range, where the 16-bit results are limited to 65535.
+template <class S, class D>
+void CheckWidths(const CopyFn<S, D>& fn, int scale, Rng& rng) {
+  for (int w = 1; w <= 70; ++w) {
+    for (bool top : {false, true}) {
+      const OmbRoiSize r{w, 2};
+      TestImage<S> src(w + 1, 3, RandomLayout(rng, sizeof(S), sizeof(S) == 1));
+      TestImage<D> dst(w, 2, RandomLayout(rng, sizeof(D), true));
+      FillRandom(src, rng, 0.02);
+      if (top) {
+        for (int y = 0; y < 3; ++y)
+          for (int x = 0; x <= w; ++x)
+            src.Set(x, y, std::is_same_v<S, Omb32f> ? S(3.0e38f)
+                                                    : static_cast<S>(sizeof(S) == 1 ? 255 : 65535));
+      }
+      const float dx = top ? 0.0f : static_cast<float>(rng() % 1000) / 997.0f;
+      const float dy = top ? (w % 2 ? 0.0f : 0x1p-15f) : static_cast<float>(rng() % 1000) / 991.0f;
+      SCOPED_TRACE(::testing::Message() << "width " << w << " dx " << dx << " dy " << dy
+                                        << " scale " << scale);
+      ASSERT_EQ(fn(src.Roi(), src.Step(), dst.Roi(), dst.Step(), r, dx, dy, scale), ombResultOk);
+      const Weights wt = MakeWeights<D>(Frac(dx), Frac(dy), scale);
+      for (int y = 0; y < 2; ++y) {
+        for (int x = 0; x < w; ++x) {
+          const D want = ModelPixel<S, D>(wt, src.Get(x, y), src.Get(x + 1, y),
+                                          src.Get(x, y + 1), src.Get(x + 1, y + 1));
+          ASSERT_TRUE(Same(dst.Get(x, y), want))
+              << "pixel (" << x << ", " << y << "): got " << Show(dst.Get(x, y)) << ", want "
+              << Show(want);
+        }
+      }
+      ASSERT_TRUE(dst.GuardsIntact());
+    }
+  }
+}
+
+TEST(CopySubpix, EveryRowWidthOnEveryTarget) {
+  ForEachSimdTarget([] {
+    Rng rng(303);
+    CheckWidths<Omb8u, Omb8u>(Plain(ombiCopySubpix_8u_C1R), 0, rng);
+    for (int scale : {-7, -8, -9, -14, -15, -16, -17, -30, 0, 7, 9, 22, 23, 24, 25, 31, 32}) {
+      CheckWidths<Omb8u, Omb16u>(ombiCopySubpix_8u16u_C1R_Sfs, scale, rng);
+    }
+    CheckWidths<Omb8u, Omb32f>(Plain(ombiCopySubpix_8u32f_C1R), 0, rng);
+    CheckWidths<Omb16u, Omb16u>(Plain(ombiCopySubpix_16u_C1R), 0, rng);
+    CheckWidths<Omb16u, Omb32f>(Plain(ombiCopySubpix_16u32f_C1R), 0, rng);
+    CheckWidths<Omb32f, Omb32f>(Plain(ombiCopySubpix_32f_C1R), 0, rng);
+  });
+}
+
 // Runs a member on one fixed random source with two offset pairs and
 // compares the two outputs bit for bit.
 template <class S, class D, class Fn>
