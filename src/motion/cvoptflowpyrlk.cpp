@@ -594,7 +594,7 @@ OmbResult Front(OmbPyramidRecord* p1, OmbPyramidRecord* p2, const OmbPoint32f* p
   OptFlowState* st = reinterpret_cast<OptFlowState*>(state);
   if (count < 1 || win < 1 || win != st->win) return ombResultBadSize;
   if (max_level < 0 || max_iter < 1) return ombResultBadArgument;
-  if (!(threshold >= 0.0f)) return ombResultBadArgument;
+  if (threshold < 0.0f) return ombResultBadArgument;
   return Track<Tr>(p1, p2, prev, next, status, error, count, max_level, max_iter, threshold, st);
 }
 
