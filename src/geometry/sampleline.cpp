@@ -1,8 +1,8 @@
-// Line sampling (Part 10.2): ombiSampleLine_{8u,16u,32f}_{C1R,C3R} copy the
+// Line sampling: ombiSampleLine_{8u,16u,32f}_{C1R,C3R} copy the
 // pixels of the 8-connected Bresenham line from pt1 to pt2, both included,
 // into a plain array.
 //
-// Stepping, exactly as specified. With ax = |x2 - x1|, ay = |y2 - y1|: the
+// Stepping, exactly as defined below. With ax = |x2 - x1|, ay = |y2 - y1|: the
 // major axis is y when ax <= ay (so a diagonal steps along y), else x; M is
 // the major length and m the minor one; n = M + 1 pixels are written. The
 // error starts at e = M and the position at pt1; for each output the pixel

@@ -1,4 +1,4 @@
-// Sub-pixel copies (Part 10.2): ombiCopySubpix_* and
+// Sub-pixel copies: ombiCopySubpix_* and
 // ombiCopySubpixIntersect_*. The fronts check the arguments, derive the
 // weights and the block of destination pixels to fill, and run the block
 // kernel of subpix_simd.cpp. The arithmetic is documented in
@@ -70,7 +70,7 @@ std::int64_t TruncOrigin(float t) {
   return static_cast<std::int64_t>(t);
 }
 
-// One axis of the Intersect geometry (Part 10.2 steps 1 to 4) for centre c,
+// One axis of the Intersect geometry (origin, min and max rules) for centre c,
 // window side n and source side len:
 //   o = c - (n - 1) x 0.5, i = trunc(n + o) - n (each step rounded in
 //   float), fraction of o - i by the rule of subpix_ref.hpp;

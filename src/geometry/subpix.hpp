@@ -1,4 +1,4 @@
-// Internal interface of the sub-pixel copies (Part 10.2).
+// Internal interface of the sub-pixel copies.
 //
 // Both exported families reduce to one job: a block of destination pixels,
 // each the bilinear blend of the 2x2 source samples whose top-left sample

@@ -1,4 +1,4 @@
-// Plain definitions of the sub-pixel copies (Part 10.2): the weights, the
+// Plain definitions of the sub-pixel copies: the weights, the
 // per-pixel formulas and the window geometry of CopySubpixIntersect. The
 // vector kernels use the per-pixel formulas for tails; they are the
 // arithmetic every path reproduces bit for bit.
@@ -11,7 +11,7 @@
 // product and the sum each rounded in float; ux = 16384 - wx, uy = 16384 -
 // wy; w00 = (ux uy + 16384) >> 14, w10 = (wx uy + 16384) >> 14, w01 =
 // (ux wy + 16384) >> 14, w11 = (wx wy + 16384) >> 14. The rounding term is
-// one whole unit, as specified, so the four weights add up to 16385 ..
+// one whole unit (kept on purpose), so the four weights add up to 16385 ..
 // 16388 (w00 = 16385 and the others 1 for a zero fraction). The sum
 // S = w00 s00 + w10 s10 + w01 s01 + w11 s11 is exact in 32 bits for every
 // source type (65535 x 16388 < 2^31). The result is
@@ -27,7 +27,7 @@
 // float. The pixel is
 //   d = ((w00 s00 + w10 s10) + w01 s01) + w11 s11,
 // every product and sum rounded on its own (no fused multiply-add), in the
-// order of the specification's formula. 8-bit samples are their float
+// order of the weighted-sum formula. 8-bit samples are their float
 // values (a 256-entry table of them gives the same bits as a conversion).
 // "Carry-over of the right column": the right-column samples s10, s11
 // read (and converted) for pixel x are the left-column samples s00, s01 of

@@ -1,4 +1,4 @@
-// ombiSampleLine_* against a closed-form model of the specified Bresenham
+// ombiSampleLine_* against a closed-form model of the Bresenham
 // stepping: lines in all eight octants and along the axes and diagonals,
 // a point to itself, the listed diagonal, C1 and C3 for every type with odd
 // source steps; end points out of range (-11) with nothing written; and

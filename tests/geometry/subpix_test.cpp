@@ -1,5 +1,5 @@
 // ombiCopySubpix_* and ombiCopySubpixIntersect_* against plain models
-// written from Part 10.2 (Q14 weights with their whole-unit rounding term,
+// written from the definitions (Q14 weights with their whole-unit rounding term,
 // the scale factor with negative shifts, the float weights and summation
 // order, the window geometry), on random images with padded, odd and
 // misaligned steps, on every SIMD target; hand-worked values; windows
@@ -134,7 +134,7 @@ long long TruncOrigin(float t) {
   return static_cast<long long>(std::trunc(t));
 }
 
-// Part 10.2 steps 1 to 4 on one axis.
+// The origin, min and max rules on one axis.
 struct Axis {
   long long i;
   float frac;
@@ -334,7 +334,7 @@ TEST(CopySubpix, OnlyTheFractionCounts) {
   }
 }
 
-// Values worked by hand from the formulas of Part 10.2.
+// Values worked by hand from the weight and rounding formulas.
 TEST(CopySubpix, HandWorkedValues) {
   // dx = 0.25: wx = 4096, ux = 12288; dy = 0: wy = 0, uy = 16384. Weights
   // w00 = 12289, w10 = 4097, w01 = 1, w11 = 1 (the whole-unit rounding term
