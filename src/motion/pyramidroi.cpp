@@ -139,20 +139,21 @@ OMB_API OmbResult ombiPyramidInitAlloc(OmbPyramidRecord** ppPyramid, int level, 
   if (roiSize.width < 1 || roiSize.height < 1) return ombResultBadSize;
   if (!omb::RateOk(rate) || level < 1) return ombResultBadArgument;
 
-  // Temporary list of max(w, h) sizes: every step shrinks the larger
-  // dimension by at least one, so base + (max - 1) steps always fit.
-  const int entries = std::max(roiSize.width, roiSize.height);
+  // Temporary size list. Every down step shrinks the larger dimension by at
+  // least one (the up range of n >= 2 starts above n), so the base and the
+  // steps to 1 x 1 fit in max(w, h) entries; only the first level + 1 are
+  // ever kept, so the list stops there (min(max(w, h), level + 1) entries,
+  // which spares a huge list for a wide image and changes no result).
+  const int entries = static_cast<int>(
+      std::min<std::int64_t>(std::max(roiSize.width, roiSize.height), std::int64_t{level} + 1));
   const std::int64_t list_bytes = std::int64_t{entries} * static_cast<std::int64_t>(sizeof(OmbRoiSize));
   OmbRoiSize* list = list_bytes <= INT_MAX
                          ? static_cast<OmbRoiSize*>(omb::ombAlignedAlloc(static_cast<int>(list_bytes)))
                          : nullptr;
   if (list == nullptr) return ombResultNoMemory;
   list[0] = roiSize;
-  int depth = 0;
+  int depth = 0;  // down steps taken, up to the requested level
   while ((list[depth].width != 1 || list[depth].height != 1) && depth + 1 < entries) {
-    // Only as many levels as requested are needed; the depth beyond that
-    // does not change the stored level.
-    if (depth >= level) break;
     omb::PyramidDownRoi(list[depth], rate, &list[depth + 1]);
     ++depth;
   }

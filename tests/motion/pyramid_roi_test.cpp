@@ -16,20 +16,25 @@ namespace {
 
 // ---- Plain model -------------------------------------------------------------
 
+// trunc of a non-negative float, saturated at INT_MAX (products of sizes near
+// 2^31 and the rate can round past it), and the sums in 64 bits.
+long long Trunc(float v) { return v >= 2147483648.0f ? 2147483647LL : static_cast<long long>(v); }
+int Sat(long long v) { return static_cast<int>(std::min<long long>(v, 2147483647LL)); }
+
 int ModelUpMin(int n, float r) {
   if (n == 1) return 1;
   const float p = static_cast<float>(n - 1) * r;
-  return std::max(n + 1, static_cast<int>(p) + 1);
+  return Sat(std::max<long long>(n + 1LL, Trunc(p) + 1));
 }
 
 int ModelUpMax(int n, float r) {
   const float p = static_cast<float>(n) * r;
-  return std::max(n + 1, static_cast<int>(p));
+  return Sat(std::max<long long>(n + 1LL, Trunc(p)));
 }
 
 int ModelGuess(int n, float r) {
   const long double q = static_cast<long double>(n) / r + 0.5L;
-  return std::max(1, static_cast<int>(static_cast<float>(q)));
+  return std::max(1, Sat(Trunc(static_cast<float>(q))));
 }
 
 OmbRoiSize ModelDown(OmbRoiSize s, float r) {
@@ -159,6 +164,7 @@ TEST(PyramidRoi, LargeSizes) {
     for (int n : {1920, 65536, 1 << 24, (1 << 24) + 1, 100000007, 2147483647}) {
       OmbRoiSize d;
       ASSERT_EQ(ombiGetPyramidDownROI({n, 1}, &d, r), ombResultOk);
+      EXPECT_EQ(d.width, ModelDown({n, 1}, r).width) << n << " " << r;
       OmbRoiSize lo, hi;
       ASSERT_EQ(ombiGetPyramidUpROI(d, &lo, &hi, r), ombResultOk);
       EXPECT_LE(lo.width, n) << n << " " << r;
@@ -249,6 +255,27 @@ TEST(PyramidRecord, LevelClamping) {
       EXPECT_EQ(ombiPyramidFree(p), ombResultOk);
     }
   }
+}
+
+// A very wide base needs no more memory than the requested levels.
+TEST(PyramidRecord, WideBase) {
+  OmbPyramidRecord* p = nullptr;
+  ASSERT_EQ(ombiPyramidInitAlloc(&p, 3, {1 << 30, 3}, 2.0f), ombResultOk);
+  EXPECT_EQ(p->level, 3);
+  OmbRoiSize s{1 << 30, 3};
+  for (int i = 1; i <= 3; ++i) {
+    s = ModelDown(s, 2.0f);
+    EXPECT_EQ(p->sizes[i].width, s.width);
+    EXPECT_EQ(p->sizes[i].height, s.height);
+  }
+  // Float products are coarse at this size: not exactly 2^29 at level 1.
+  EXPECT_EQ(p->sizes[1].width, 536870896);
+  EXPECT_EQ(p->sizes[3].height, 1);
+  EXPECT_EQ(ombiPyramidFree(p), ombResultOk);
+  ASSERT_EQ(ombiPyramidInitAlloc(&p, 100, {2147483647, 1}, 10.0f), ombResultOk);
+  EXPECT_EQ(p->level, ModelDepth({2147483647, 1}, 10.0f));
+  EXPECT_EQ(p->sizes[p->level].width, 1);
+  EXPECT_EQ(ombiPyramidFree(p), ombResultOk);
 }
 
 TEST(PyramidRecord, CheckOrder) {
