@@ -21,7 +21,7 @@ constexpr PyrType TypeOf() {
   }
 }
 
-// Checks in the specified order: null pointers (source, destination,
+// Checks in the fixed order: null pointers (source, destination,
 // buffer), sizes, steps against the source row and the destination row
 // (dst_pixels wide), then for 32f the step alignment.
 template <class T>

@@ -1,4 +1,4 @@
-// Gaussian pyramids (Part 9.1): the level-size arithmetic shared with the
+// Gaussian pyramids: the level-size arithmetic shared with the
 // layer operators, and the fixed 5x5 reduction and expansion kernels.
 #pragma once
 

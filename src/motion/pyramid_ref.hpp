@@ -23,7 +23,7 @@
 //   (s[x] + s[x+1]) * 4, width 1 both s0 * 8; vertical: even row
 //   ((Hm + Hp) + H0 * 6) * 0.015625, odd row ((H0 + Hp) * 4) * 0.015625,
 //   height 1 both (H0 * 8) * 0.015625.
-// The edge forms of the specification (6 s0 + 8 s1 + 2 s2, s[w-2] + 7 s[w-1],
+// The documented edge forms (6 s0 + 8 s1 + 2 s2, s[w-2] + 7 s[w-1],
 // ...) are these formulas with the mirrored or repeated indices substituted.
 #pragma once
 

@@ -1,6 +1,6 @@
 // Pyramid level sizes for any ratio in (1, 10] and the pyramid record.
 //
-// Record block (ombiPyramidInitAlloc). The specification describes one block
+// Record block (ombiPyramidInitAlloc). The documented size is one block
 // of 44 x level + 112 bytes for a 32-bit build, where the record takes 24
 // bytes. Here the record is sizeof(OmbPyramidRecord) = 48 bytes (five
 // pointers and an int, padded to 8), and the block holds, in this order and
@@ -66,7 +66,7 @@ OmbResult PyramidUpRoi(OmbRoiSize src, float rate, OmbRoiSize* dst_min, OmbRoiSi
 
 OmbResult PyramidDownRoi(OmbRoiSize src, float rate, OmbRoiSize* dst) {
   OmbRoiSize cur{DownGuess(src.width, rate), DownGuess(src.height, rate)};
-  // The search as specified: each pass evaluates the up range of the current
+  // The search: each pass evaluates the up range of the current
   // guess and moves each dimension by one toward the source; it ends with a
   // pass that changes neither. The ranges tile [1, inf) (see pyramid.hpp), so
   // each dimension moves monotonically and the loop ends.

@@ -1,5 +1,5 @@
 // Fixed 5x5 pyramid operators: hand-computed edge values of the
-// specification, a photograph-sized image against the model, the
+// operators, a photograph-sized image against the model, the
 // buffer-size queries and the argument-check orders of all twelve fronts.
 #include <gtest/gtest.h>
 

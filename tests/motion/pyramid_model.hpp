@@ -1,5 +1,5 @@
-// Plain models of the fixed 5x5 pyramid operators, written from the
-// specification one output element at a time: integer sums in 64 bits, float
+// Plain models of the fixed 5x5 pyramid operators, written
+// one output element at a time: integer sums in 64 bits, float
 // sums in the documented order (src/motion/pyramid_ref.hpp):
 //   reduction, horizontal  ((a + e) + (b + d) * 4) + c * 6 over the mirrored
 //     taps a..e; width 2: (s0 + s1) * 8, width 1: (s0 + s0) * 8;

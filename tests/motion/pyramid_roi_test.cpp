@@ -1,5 +1,5 @@
 // Pyramid level sizes and the pyramid record: the size arithmetic against
-// a plain model written from the specification, the spec's worked values,
+// a plain model of the search, the worked values (640x480 at 2.0),
 // the record's block layout, level clamping, and the check orders.
 #include <gtest/gtest.h>
 
