@@ -19,30 +19,13 @@ using namespace omb_test;
 
 // A work buffer of exactly the reported size, starting `shift` bytes past a
 // 32-byte boundary, with guard bytes before and after it.
-class WorkBuffer {
- public:
-  static constexpr int kGuard = 64;
-  WorkBuffer(OmbRoiSize roi, int shift) : shift_(shift) {
-    EXPECT_EQ(ombiCannyGetSize(roi, &size_), ombResultOk);
-    bytes_.assign(std::size_t(size_) + 2 * kGuard + 64, 0xA5);
-    std::memset(Data(), 0x5A, std::size_t(size_));  // stale content
+struct WorkBuffer : GuardedBuffer {
+  static int Size(OmbRoiSize roi) {
+    int size = 0;
+    EXPECT_EQ(ombiCannyGetSize(roi, &size), ombResultOk);
+    return size;
   }
-  Omb8u* Data() {
-    const auto a = reinterpret_cast<std::uintptr_t>(bytes_.data()) + kGuard;
-    return bytes_.data() + (kGuard + (32 - a % 32) % 32 + shift_);
-  }
-  bool GuardsIntact() {
-    const Omb8u* d = Data();
-    for (const Omb8u* p = bytes_.data(); p < d; ++p)
-      if (*p != 0xA5) return false;
-    for (const Omb8u* p = d + size_; p < bytes_.data() + bytes_.size(); ++p)
-      if (*p != 0xA5) return false;
-    return true;
-  }
-
- private:
-  int shift_, size_ = 0;
-  std::vector<Omb8u> bytes_;
+  WorkBuffer(OmbRoiSize roi, int shift) : GuardedBuffer(Size(roi), shift) {}
 };
 
 template <class T>

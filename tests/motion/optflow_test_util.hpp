@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <fstream>
+#include "support/test_image.hpp"
 #include <string>
 #include <vector>
 
@@ -36,15 +36,10 @@ inline Level<Omb8u> Texture(int w, int h, double sx, double sy) {
 
 // Binary PGM (P5, maxval 255).
 inline Level<Omb8u> LoadPgm(const std::string& path) {
-  std::ifstream f(path, std::ios::binary);
-  std::string magic;
-  int w = 0, h = 0, maxval = 0;
-  f >> magic >> w >> h >> maxval;
-  f.get();
-  EXPECT_TRUE(f && magic == "P5" && maxval == 255) << path;
+  int w = 0, h = 0;
+  const std::vector<Omb8u> px = omb_test::ReadPgm(path, &w, &h);
   Level<Omb8u> img(w, h);
-  f.read(reinterpret_cast<char*>(img.px.data()), std::streamsize(img.px.size()));
-  EXPECT_TRUE(f) << "short read of " << path;
+  std::copy(px.begin(), px.end(), img.px.begin());
   return img;
 }
 

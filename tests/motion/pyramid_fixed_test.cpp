@@ -51,32 +51,16 @@ OmbResult CallUp(int C, const T* s, int ss, T* d, int ds, OmbRoiSize r, Omb8u* b
 
 // A work buffer of exactly the reported size starting `shift` bytes past a
 // 32-byte boundary, filled with stale bytes, with guards on both sides.
-class WorkBuffer {
- public:
-  static constexpr int kGuard = 64;
-  WorkBuffer(bool down, int width, int type, int channels, int shift) : shift_(shift) {
-    const OmbResult st = down ? ombiPyrDownGetBufSize_Gauss5x5(width, type, channels, &size_)
-                              : ombiPyrUpGetBufSize_Gauss5x5(width, type, channels, &size_);
+struct WorkBuffer : GuardedBuffer {
+  static int Size(bool down, int width, int type, int channels) {
+    int size = 0;
+    const OmbResult st = down ? ombiPyrDownGetBufSize_Gauss5x5(width, type, channels, &size)
+                              : ombiPyrUpGetBufSize_Gauss5x5(width, type, channels, &size);
     EXPECT_EQ(st, ombResultOk);
-    bytes_.assign(std::size_t(size_) + 2 * kGuard + 64, 0xA5);
-    std::memset(Data(), 0x5A, std::size_t(size_));
+    return size;
   }
-  Omb8u* Data() {
-    const auto a = reinterpret_cast<std::uintptr_t>(bytes_.data()) + kGuard;
-    return bytes_.data() + (kGuard + (32 - a % 32) % 32 + shift_);
-  }
-  bool GuardsIntact() {
-    const Omb8u* d = Data();
-    for (const Omb8u* p = bytes_.data(); p < d; ++p)
-      if (*p != 0xA5) return false;
-    for (const Omb8u* p = d + size_; p < bytes_.data() + bytes_.size(); ++p)
-      if (*p != 0xA5) return false;
-    return true;
-  }
-
- private:
-  int shift_, size_ = 0;
-  std::vector<Omb8u> bytes_;
+  WorkBuffer(bool down, int width, int type, int channels, int shift)
+      : GuardedBuffer(Size(down, width, type, channels), shift) {}
 };
 
 // Channel c of an interleaved test image as a model plane.

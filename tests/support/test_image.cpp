@@ -6,6 +6,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <limits>
+#include <fstream>
 #include <string>
 
 #include "ombcore.h"
@@ -211,6 +212,40 @@ void ForEachSimdTarget(const std::function<void()>& fn) {
     fn();
   }
   hwy::SetSupportedTargetsForTest(0);
+}
+
+GuardedBuffer::GuardedBuffer(int size, int shift)
+    : shift_(shift), size_(size), bytes_(std::size_t(size) + 2 * kGuard + 64, 0xA5) {
+  std::memset(Data(), 0x5A, std::size_t(size_));  // stale content
+}
+
+Omb8u* GuardedBuffer::Data() {
+  const auto a = reinterpret_cast<std::uintptr_t>(bytes_.data()) + kGuard;
+  return bytes_.data() + (kGuard + (32 - a % 32) % 32 + shift_);
+}
+
+bool GuardedBuffer::GuardsIntact() {
+  const Omb8u* d = Data();
+  for (const Omb8u* p = bytes_.data(); p < d; ++p)
+    if (*p != 0xA5) return false;
+  for (const Omb8u* p = d + size_; p < bytes_.data() + bytes_.size(); ++p)
+    if (*p != 0xA5) return false;
+  return true;
+}
+
+std::vector<Omb8u> ReadPgm(const std::string& path, int* width, int* height) {
+  std::ifstream f(path, std::ios::binary);
+  std::string magic;
+  int w = 0, h = 0, maxval = 0;
+  f >> magic >> w >> h >> maxval;
+  f.get();
+  EXPECT_TRUE(f && magic == "P5" && maxval == 255 && w > 0 && h > 0) << path;
+  std::vector<Omb8u> px(f ? std::size_t(w) * std::size_t(h) : 0);
+  f.read(reinterpret_cast<char*>(px.data()), std::streamsize(px.size()));
+  EXPECT_TRUE(f) << "short read of " << path;
+  *width = f ? w : 0;
+  *height = f ? h : 0;
+  return px;
 }
 
 }  // namespace omb_test

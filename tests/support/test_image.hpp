@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "ombtypes.h"
@@ -123,5 +124,23 @@ void ForEachThreadCount(const std::function<void(int)>& fn);
 // Runs fn once for every SIMD target that this machine supports and
 // the library was built for, forcing run-time dispatch onto it.
 void ForEachSimdTarget(const std::function<void()>& fn);
+
+// A work buffer of exactly `size` bytes starting `shift` bytes past a 32-byte
+// boundary, filled with stale bytes, with guard bytes on both sides.
+class GuardedBuffer {
+ public:
+  static constexpr int kGuard = 64;
+  GuardedBuffer(int size, int shift);
+  Omb8u* Data();
+  bool GuardsIntact();
+
+ private:
+  int shift_, size_;
+  std::vector<Omb8u> bytes_;
+};
+
+// An 8-bit binary PGM (P5, maxval 255) as rows of width bytes; a failed or
+// short read is reported as a test failure.
+std::vector<Omb8u> ReadPgm(const std::string& path, int* width, int* height);
 
 }  // namespace omb_test
