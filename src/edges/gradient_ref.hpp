@@ -9,19 +9,15 @@
 #include <cstring>
 #include <algorithm>
 
+#include "frame/bits.hpp"
+
 namespace omb {
 namespace ref {
 
-inline std::int32_t FloatBitsI(float f) {
-  std::int32_t u;
-  std::memcpy(&u, &f, sizeof u);
-  return u;
-}
-inline float BitsFloatI(std::int32_t u) {
-  float f;
-  std::memcpy(&f, &u, sizeof f);
-  return f;
-}
+// Signed views of the bit patterns, so that integer maxima order
+// non-negative floats (sign already cleared) the way float maxima would.
+inline std::int32_t FloatBitsI(float f) { return static_cast<std::int32_t>(FloatBits(f)); }
+inline float BitsFloatI(std::int32_t u) { return BitsFloat(static_cast<std::uint32_t>(u)); }
 
 // |v| as the bit pattern with the sign cleared. For values without sign,
 // integer order of the patterns is float order with NaN above +inf, so the

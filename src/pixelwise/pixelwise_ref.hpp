@@ -7,19 +7,11 @@
 #include <cstring>
 #include <type_traits>
 
+#include "frame/bits.hpp"
+
 namespace omb {
 namespace ref {
 
-inline std::uint32_t FloatBits(float f) {
-  std::uint32_t u;
-  std::memcpy(&u, &f, sizeof u);
-  return u;
-}
-inline float BitsFloat(std::uint32_t u) {
-  float f;
-  std::memcpy(&f, &u, sizeof f);
-  return f;
-}
 
 // |a - b| as the sum of the two saturating differences.
 inline std::uint8_t AbsDiff(std::uint8_t a, std::uint8_t b) {
