@@ -13,7 +13,7 @@
 //
 // Checks: source or destination null (-8), ROI side below 1 (-6), source
 // step below the row's bytes (-14), a coordinate of either point negative
-// or not below the ROI width (x) or height (y) (-11). The Part lists no
+// or not below the ROI width (x) or height (y) (-11). There is no
 // step-alignment test, so 16- and 32-bit rows are read without assuming
 // element alignment. The set-up cannot fail here, so -2 is never returned.
 #include <cstddef>

@@ -47,7 +47,7 @@ using LineFn = OmbResult (*)(const T*, int, OmbRoiSize, T*, OmbPoint, OmbPoint);
 template <class T, int C>
 TestImage<T> NamedImage(int w, int h) {
   Layout l;
-  l.pad_bytes = 3;  // odd: the Part has no step-alignment test here
+  l.pad_bytes = 3;  // odd: line sampling has no step-alignment test
   l.shift = 1;
   l.off_x = 2;
   l.off_y = 1;
@@ -138,20 +138,6 @@ TEST(SampleLine, ListedCases) {
   EXPECT_EQ(d[6], 0xEE);
 }
 
-TEST(SampleLine, EndPointsOutOfRange) {
-  Omb16u img[4][5] = {};
-  Omb16u d[16];
-  const OmbRoiSize roi{5, 4};
-  const OmbPoint bad[] = {{-1, 0}, {0, -1}, {5, 0}, {0, 4}, {INT_MIN, 0}, {0, INT_MAX}};
-  for (OmbPoint p : bad) {
-    std::memset(d, 0xEE, sizeof d);
-    EXPECT_EQ(ombiSampleLine_16u_C1R(&img[0][0], 10, roi, d, p, {1, 1}), ombResultOutOfRange);
-    EXPECT_EQ(ombiSampleLine_16u_C1R(&img[0][0], 10, roi, d, {1, 1}, p), ombResultOutOfRange);
-    for (Omb16u v : d) EXPECT_EQ(v, 0xEEEE);
-  }
-  EXPECT_EQ(ombiSampleLine_16u_C1R(&img[0][0], 10, roi, d, {4, 3}, {0, 0}), ombResultOk);
-}
-
 // ---- argument checks --------------------------------------------------------
 
 template <class T, int C>
@@ -160,7 +146,7 @@ ArgFront Front(const char* name, LineFn<T> fn) {
   f.name = name;
   ArgImage src{ElemOf<T>()}, dst{ElemOf<T>(), true};
   src.channels = C;
-  src.align_tested = false;  // the Part lists no alignment test
+  src.align_tested = false;  // line sampling has no alignment test
   dst.channels = C;
   dst.pointer_only = true;   // a plain array of max(|dx|, |dy|) + 1 pixels
   f.images = {src, dst};

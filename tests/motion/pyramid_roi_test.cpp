@@ -75,7 +75,7 @@ std::vector<float> Rates() {
 
 // ---- Worked values -----------------------------------------------------------
 
-TEST(PyramidRoi, SpecExamples) {
+TEST(PyramidRoi, WorkedExamples) {
   OmbRoiSize d{0, 0};
   ASSERT_EQ(ombiGetPyramidDownROI({640, 480}, &d, 2.0f), ombResultOk);
   EXPECT_EQ(d.width, 320);
@@ -210,18 +210,6 @@ TEST(PyramidRecord, LayoutAndContents) {
       EXPECT_EQ(ombiPyramidFree(p), ombResultOk);
     }
   }
-}
-
-TEST(PyramidRecord, HalvingSizes) {
-  OmbPyramidRecord* p = nullptr;
-  ASSERT_EQ(ombiPyramidInitAlloc(&p, 3, {640, 480}, 2.0f), ombResultOk);
-  const int ws[] = {640, 320, 160, 80}, hs[] = {480, 240, 120, 60};
-  for (int i = 0; i <= 3; ++i) {
-    EXPECT_EQ(p->sizes[i].width, ws[i]);
-    EXPECT_EQ(p->sizes[i].height, hs[i]);
-  }
-  EXPECT_EQ(p->scales[3], 0.125);
-  ombiPyramidFree(p);
 }
 
 // Depth: the number of down steps until both dimensions are 1.
