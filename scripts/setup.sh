@@ -3,7 +3,8 @@
 # only those that are missing. Runs as root (or through sudo when present).
 set -euo pipefail
 
-packages=(g++ cmake make pkg-config python3 binutils libhwy-dev libgtest-dev libbenchmark-dev)
+packages=(g++ cmake make pkg-config python3 binutils libhwy-dev libgtest-dev libbenchmark-dev
+          libgraphicsmagick1-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -1,0 +1,161 @@
+#include "cli.hpp"
+
+#include <omp.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "ombcore.h"
+
+namespace omb_tool {
+namespace {
+
+bool LooksLikeNumber(const std::string& s) {
+  if (s.size() < 2 || s[0] != '-') return false;
+  char* end = nullptr;
+  std::strtod(s.c_str(), &end);
+  return end && *end == '\0';
+}
+
+}  // namespace
+
+bool Args::Parse(int argc, char** argv, const std::vector<OptionSpec>& options,
+                 std::string* error) {
+  std::vector<OptionSpec> known = options;
+  known.push_back({"threads", true});
+  for (int i = 0; i < argc; ++i) {
+    const std::string word = argv[i];
+    if (word == "--help" || word == "-h") {
+      help_ = true;
+      continue;
+    }
+    if (word.size() < 2 || word[0] != '-' || LooksLikeNumber(word)) {
+      positional_.push_back(word);
+      continue;
+    }
+    if (word.compare(0, 2, "--") != 0) {
+      *error = "unknown option '" + word + "'";
+      return false;
+    }
+    std::string name = word.substr(2);
+    std::string value;
+    bool has_value = false;
+    const std::size_t eq = name.find('=');
+    if (eq != std::string::npos) {
+      value = name.substr(eq + 1);
+      name.resize(eq);
+      has_value = true;
+    }
+    const OptionSpec* spec = nullptr;
+    for (const OptionSpec& o : known) {
+      if (o.name == name) spec = &o;
+    }
+    if (spec == nullptr) {
+      *error = "unknown option '--" + name + "'";
+      return false;
+    }
+    if (spec->takes_value && !has_value) {
+      if (i + 1 >= argc) {
+        *error = "option '--" + name + "' needs a value";
+        return false;
+      }
+      value = argv[++i];
+    } else if (!spec->takes_value && has_value) {
+      *error = "option '--" + name + "' takes no value";
+      return false;
+    }
+    values_[name] = value;
+  }
+  return true;
+}
+
+std::string Args::GetString(const std::string& name, const std::string& fallback) const {
+  const auto it = values_.find(name);
+  return it == values_.end() ? fallback : it->second;
+}
+
+bool Args::GetInt(const std::string& name, int fallback, int lo, int hi, int* out,
+                  std::string* error) const {
+  const auto it = values_.find(name);
+  if (it == values_.end()) {
+    *out = fallback;
+    return true;
+  }
+  const char* s = it->second.c_str();
+  char* end = nullptr;
+  errno = 0;
+  const long v = std::strtol(s, &end, 10);
+  if (*s == '\0' || *end != '\0' || errno != 0 || v < lo || v > hi) {
+    *error = "option '--" + name + "' wants an integer from " + std::to_string(lo) + " to " +
+             std::to_string(hi) + ", not '" + it->second + "'";
+    return false;
+  }
+  *out = static_cast<int>(v);
+  return true;
+}
+
+bool Args::GetDouble(const std::string& name, double fallback, double lo, double hi,
+                     double* out, std::string* error) const {
+  const auto it = values_.find(name);
+  if (it == values_.end()) {
+    *out = fallback;
+    return true;
+  }
+  const char* s = it->second.c_str();
+  char* end = nullptr;
+  errno = 0;
+  const double v = std::strtod(s, &end);
+  if (*s == '\0' || *end != '\0' || errno != 0 || !std::isfinite(v) || v < lo || v > hi) {
+    char range[96];
+    std::snprintf(range, sizeof range, "a number from %g to %g", lo, hi);
+    *error = "option '--" + name + "' wants " + range + ", not '" + it->second + "'";
+    return false;
+  }
+  *out = v;
+  return true;
+}
+
+int Fail(const Command& command, const std::string& message, int code) {
+  std::fprintf(stderr, "omb %s: %s\n", command.name, message.c_str());
+  return code;
+}
+
+int RunCommand(const Command& command, int argc, char** argv) {
+  Args args;
+  std::string error;
+  if (!args.Parse(argc, argv, command.options, &error)) {
+    Fail(command, error, kExitUsage);
+    std::fprintf(stderr, "Try 'omb %s --help'.\n", command.name);
+    return kExitUsage;
+  }
+  if (args.help()) {
+    std::fputs(command.usage, stdout);
+    return kExitOk;
+  }
+  const int n = static_cast<int>(args.positional().size());
+  if (n < command.min_positional || n > command.max_positional) {
+    Fail(command, n < command.min_positional ? "missing arguments" : "too many arguments",
+         kExitUsage);
+    std::fprintf(stderr, "Try 'omb %s --help'.\n", command.name);
+    return kExitUsage;
+  }
+  int threads = 0;
+  if (!args.GetInt("threads", 0, 1, 256, &threads, &error)) {
+    return Fail(command, error, kExitUsage);
+  }
+  if (threads > 0) {
+    ombSetNumThreads(threads);
+    omp_set_num_threads(threads);
+  }
+  return command.run(args);
+}
+
+double NowMs() {
+  using Clock = std::chrono::steady_clock;
+  return std::chrono::duration<double, std::milli>(Clock::now().time_since_epoch()).count();
+}
+
+}  // namespace omb_tool
