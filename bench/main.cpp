@@ -12,6 +12,7 @@
 #include "motion/pyramid_bench.hpp"
 #include "pixelwise/pixelwise_bench.hpp"
 #include "support/driver.hpp"
+#include "tools/detect_bench.hpp"
 
 int main(int argc, char** argv) {
   return ombbench::BenchMain(argc, argv,
@@ -26,5 +27,6 @@ int main(int argc, char** argv) {
                                ombbench::AddPyramidBenchmarks();
                                ombbench::AddSubpixBenchmarks();
                                ombbench::AddOptFlowBenchmarks();
+                               ombbench::AddDetectBenchmarks();
                              });
 }

@@ -1,0 +1,7 @@
+#include "tools/detect_bench.hpp"
+
+namespace ombbench {
+
+void AddDetectBenchmarks() {}
+
+}  // namespace ombbench
