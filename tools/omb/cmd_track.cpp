@@ -1,6 +1,7 @@
 // omb track: well-textured points of one frame followed into the next with
 // the library's pyramidal Lucas-Kanade tracker.
 #include <cstdio>
+#include <new>
 #include <vector>
 
 #include "cli.hpp"
@@ -85,6 +86,21 @@ int ParseOptions(const Command& cmd, const Args& args, Options* o) {
   return kExitOk;
 }
 
+// Pyramid levels worth tracking on: a coarse level smaller than the window
+// or than a few pixels holds no texture to lock onto, and a point lost
+// there stays lost, so such levels are left out.
+int UsableLevels(int width, int height, int window, int requested) {
+  const int smallest = window > 16 ? window : 16;
+  int levels = 0;
+  while (levels < requested) {
+    width = (width + 1) / 2;
+    height = (height + 1) / 2;
+    if (width < smallest || height < smallest) break;
+    ++levels;
+  }
+  return levels;
+}
+
 bool ReadGrey(const std::string& path, Image* grey, std::string* error) {
   Image image;
   if (!ReadImage(path, &image, error)) return false;
@@ -120,7 +136,7 @@ void PrintTruth(const AffineMotion& truth, const std::vector<OmbPoint32f>& prev,
   std::printf("within %.1f px %.1f%% of tracked points\n", kTolerance, 100.0 * e.share_within);
 }
 
-int Run(const Args& args) {
+int Track(const Args& args) {
   const Command& cmd = TrackCommand();
   Options o;
   if (const int code = ParseOptions(cmd, args, &o); code != kExitOk) return code;
@@ -144,8 +160,9 @@ int Run(const Args& args) {
       GoodPoints(d, first.width, first.height, o.points, kMinDistance, o.window / 2);
   if (prev.empty()) return Fail(cmd, files[0] + ": no well-textured points to track");
   const double t1 = NowMs();
+  const int levels = UsableLevels(first.width, first.height, o.window, o.levels);
   Pyramid pa, pb;
-  if (!pa.Build(first, o.levels, &error) || !pb.Build(second, o.levels, &error)) {
+  if (!pa.Build(first, levels, &error) || !pb.Build(second, levels, &error)) {
     return Fail(cmd, error);
   }
   const double t2 = NowMs();
@@ -156,7 +173,7 @@ int Run(const Args& args) {
   OmbOptFlowPyrLKState_8u_C1R* state = nullptr;
   OmbResult st = ombiOpticalFlowPyrLKInitAlloc_8u_C1R(&state, {first.width, first.height}, o.window, 0);
   if (st != ombResultOk) return Fail(cmd, LibraryError("tracker set-up", st));
-  const int max_level = o.levels < pa.record()->level ? o.levels : pa.record()->level;
+  const int max_level = levels < pa.record()->level ? levels : pa.record()->level;
   st = ombiOpticalFlowPyrLK_8u_C1R(pa.record(), pb.record(), prev.data(), next.data(), status.data(),
                                    residual.data(), n, o.window, max_level, kMaxIterations, kStopStep,
                                    state);
@@ -170,7 +187,8 @@ int Run(const Args& args) {
     return Fail(cmd, error);
   }
   std::printf("frames         %d x %d\n", first.width, first.height);
-  std::printf("points         %d (window %d, levels %d)\n", n, o.window, max_level);
+  std::printf("points         %d (window %d, levels %d of %d asked)\n", n, o.window, max_level,
+              o.levels);
   std::printf("tracked        %d\n", tracked);
   std::printf("lost           %d\n", n - tracked);
   if (o.has_truth) PrintTruth(o.truth, prev, next, status);
@@ -179,6 +197,16 @@ int Run(const Args& args) {
   std::printf("tracking       %.2f ms\n", t3 - t2);
   std::printf("wrote          %s\n", files[2].c_str());
   return kExitOk;
+}
+
+// The point picker keeps a few 64-bit sums per pixel; a very large frame
+// ends the command with a message rather than an abort.
+int Run(const Args& args) {
+  try {
+    return Track(args);
+  } catch (const std::bad_alloc&) {
+    return Fail(TrackCommand(), "out of memory for frames of this size");
+  }
 }
 
 }  // namespace
@@ -202,7 +230,8 @@ const Command& TrackCommand() {
       "options:\n"
       "  --points N   most points to track, 1 to 100000 (default 500)\n"
       "  --window W   side of the tracking window, odd, 3 to 99 (default 21)\n"
-      "  --levels L   pyramid levels above the frames, 0 to 10 (default 3)\n"
+      "  --levels L   pyramid levels above the frames, 0 to 10 (default 3); levels\n"
+      "               smaller than the window or 16 pixels are left out\n"
       "  --truth FILE the true motion as a line 'affine a b c d e f' (a point\n"
       "               (x,y) moves to (a*x+b*y+c, d*x+e*y+f); '#' starts a\n"
       "               comment line); prints the mean, median and largest\n"
