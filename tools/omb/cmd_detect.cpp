@@ -32,7 +32,7 @@ int Run(const Args& args) {
   std::string error;
   DetectOptions options;
   if (!args.GetDouble("scale-step", 1.1, 1.01, 4.0, &options.scale_step, &error) ||
-      !args.GetInt("min-neighbors", 3, 1, 1000, &options.min_neighbors, &error) ||
+      !args.GetInt("min-neighbors", 2, 1, 1000, &options.min_neighbors, &error) ||
       !args.GetInt("min-size", 0, 0, 100000, &options.min_size, &error))
     return Fail(cmd, error, kExitUsage);
   if (!args.Has("cascade")) return Fail(cmd, "--cascade FILE.xml is required", kExitUsage);
@@ -84,7 +84,7 @@ const Command& DetectCommand() {
       "options:\n"
       "  --cascade FILE.xml   the cascade (required)\n"
       "  --scale-step S       factor between scales, 1.01 to 4 (default 1.1)\n"
-      "  --min-neighbors N    windows a detection needs, 1 to 1000 (default 3)\n"
+      "  --min-neighbors N    windows a detection needs, 1 to 1000 (default 2)\n"
       "  --min-size PX        smallest object side in pixels (default: the\n"
       "                       cascade window)\n"
       "  --verbose            per-stage counts and times, summed over scales\n"

@@ -21,7 +21,7 @@ struct Detection {
 
 struct DetectOptions {
   double scale_step = 1.1;
-  int min_neighbors = 3;
+  int min_neighbors = 2;
   int min_size = 0;  // smallest window side in pixels; 0: the cascade window
 };
 

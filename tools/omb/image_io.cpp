@@ -1,6 +1,7 @@
 #include "image_io.hpp"
 
 #include <magick/api.h>
+#include <omp.h>
 
 #include <cstdio>
 #include <cstring>
@@ -10,11 +11,15 @@ namespace omb_tool {
 namespace {
 
 // The image library keeps process-wide state; it is set up once, on first
-// use, and torn down at exit so leak checkers see a clean process.
+// use, and torn down at exit so leak checkers see a clean process. Its
+// set-up also resets the OpenMP thread count to its own choice, so the
+// count the command line asked for is put back.
 void EnsureInitialised() {
   static std::once_flag once;
   std::call_once(once, [] {
+    const int threads = omp_get_max_threads();
     InitializeMagick(nullptr);
+    omp_set_num_threads(threads);
     std::atexit([] { DestroyMagick(); });
   });
 }
