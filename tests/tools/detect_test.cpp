@@ -1,7 +1,6 @@
 // omb detect as a user runs it: the cat face is found, a flat picture gives
 // nothing, and bad input ends with a message and a non-zero status.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -10,6 +9,7 @@
 #include <string>
 
 #include "image_io.hpp"
+#include "run_omb.hpp"
 
 namespace omb_tool {
 namespace {
@@ -23,22 +23,12 @@ struct Outcome {
 };
 
 Outcome RunTool(const std::string& arguments) {
-  const std::string command = std::string(OMB_TOOL_PATH) + " detect " + arguments + " 2>&1";
-  Outcome o{-1, ""};
-  std::FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return o;
-  char buffer[4096];
-  std::size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) o.output.append(buffer, n);
-  const int raw = pclose(pipe);
-  o.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  return o;
+  std::string out, err;
+  const int status = omb_cli_test::RunOmb("detect " + arguments, &out, &err);
+  return {status, out + err};
 }
 
-std::string TempPath(const std::string& name) {
-  const char* dir = std::getenv("TMPDIR");
-  return std::string(dir ? dir : "/tmp") + "/omb_detect_test_" + name;
-}
+std::string TempPath(const std::string& name) { return omb_cli_test::ScratchDir() + "/" + name; }
 
 struct Box {
   int x, y, w, h;

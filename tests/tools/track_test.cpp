@@ -12,11 +12,8 @@
 #include "features.hpp"
 #include "image_io.hpp"
 #include "motion_truth.hpp"
+#include "run_omb.hpp"
 
-namespace omb_cli_test {  // defined in cli_test.cpp
-std::string ScratchDir();
-int RunOmb(const std::string& args, std::string* out, std::string* err);
-}  // namespace omb_cli_test
 
 namespace {
 

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #include "ombcore.h"
 
@@ -150,7 +151,13 @@ int RunCommand(const Command& command, int argc, char** argv) {
     ombSetNumThreads(threads);
     omp_set_num_threads(threads);
   }
-  return command.run(args);
+  // Buffers follow the picture size, so a huge picture can exhaust memory;
+  // that ends the command with a message rather than an abort.
+  try {
+    return command.run(args);
+  } catch (const std::bad_alloc&) {
+    return Fail(command, "out of memory");
+  }
 }
 
 double NowMs() {

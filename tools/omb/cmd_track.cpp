@@ -1,7 +1,6 @@
 // omb track: well-textured points of one frame followed into the next with
 // the library's pyramidal Lucas-Kanade tracker.
 #include <cstdio>
-#include <new>
 #include <vector>
 
 #include "cli.hpp"
@@ -136,7 +135,7 @@ void PrintTruth(const AffineMotion& truth, const std::vector<OmbPoint32f>& prev,
   std::printf("within %.1f px %.1f%% of tracked points\n", kTolerance, 100.0 * e.share_within);
 }
 
-int Track(const Args& args) {
+int Run(const Args& args) {
   const Command& cmd = TrackCommand();
   Options o;
   if (const int code = ParseOptions(cmd, args, &o); code != kExitOk) return code;
@@ -197,16 +196,6 @@ int Track(const Args& args) {
   std::printf("tracking       %.2f ms\n", t3 - t2);
   std::printf("wrote          %s\n", files[2].c_str());
   return kExitOk;
-}
-
-// The point picker keeps a few 64-bit sums per pixel; a very large frame
-// ends the command with a message rather than an abort.
-int Run(const Args& args) {
-  try {
-    return Track(args);
-  } catch (const std::bad_alloc&) {
-    return Fail(TrackCommand(), "out of memory for frames of this size");
-  }
 }
 
 }  // namespace
