@@ -132,7 +132,7 @@ void PrintTruth(const AffineMotion& truth, const std::vector<OmbPoint32f>& prev,
     return;
   }
   std::printf("error (px)     mean %.4f, median %.4f, max %.4f\n", e.mean, e.median, e.max);
-  std::printf("within %.1f px %.1f%% of tracked points\n", kTolerance, 100.0 * e.share_within);
+  std::printf("within %.1f px  %.1f%% of tracked points\n", kTolerance, 100.0 * e.share_within);
 }
 
 int Run(const Args& args) {

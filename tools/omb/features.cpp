@@ -109,18 +109,34 @@ std::vector<OmbPoint32f> GoodPoints(const Derivatives& d, int width, int height,
     return static_cast<double>(s[y1 * w1 + x1] - s[y0 * w1 + x1] - s[y1 * w1 + x0] + s[y0 * w1 + x0]);
   };
 
-  std::vector<Candidate> candidates;
+  // Corner strength (the smaller eigenvalue of the summed structure tensor)
+  // at every pixel inside the margin, 0 elsewhere.
+  std::vector<double> strength(static_cast<std::size_t>(width) * height, 0.0);
   double strongest = 0.0;
   for (int y = margin; y < height - margin; ++y) {
     for (int x = margin; x < width - margin; ++x) {
       const double a = block(sxx, x, y), b = block(sxy, x, y), c = block(syy, x, y);
       const double r = 0.5 * (a + c) - std::sqrt(0.25 * (a - c) * (a - c) + b * b);
-      if (r <= 0.0) continue;
-      candidates.push_back({r, x, y});
+      strength[static_cast<std::size_t>(y) * width + x] = std::max(r, 0.0);
       strongest = std::max(strongest, r);
     }
   }
+  // Only local maxima of the strength are candidates: a corner's neighbours
+  // would be rejected by the distance rule anyway, and sorting just the
+  // peaks is far cheaper than sorting every pixel.
   const double floor_response = 0.01 * strongest;
+  std::vector<Candidate> candidates;
+  for (int y = margin; y < height - margin; ++y) {
+    for (int x = margin; x < width - margin; ++x) {
+      const double* r = &strength[static_cast<std::size_t>(y) * width + x];
+      if (*r <= 0.0 || *r < floor_response) continue;
+      bool peak = true;
+      for (int dy = -1; dy <= 1 && peak; ++dy)
+        for (int dx = -1; dx <= 1; ++dx)
+          if (r[static_cast<std::ptrdiff_t>(dy) * width + dx] > *r) peak = false;
+      if (peak) candidates.push_back({*r, x, y});
+    }
+  }
   std::stable_sort(candidates.begin(), candidates.end(),
                    [](const Candidate& l, const Candidate& r) { return l.response > r.response; });
 
@@ -130,7 +146,7 @@ std::vector<OmbPoint32f> GoodPoints(const Derivatives& d, int width, int height,
   const int gw = width / cell + 1, gh = height / cell + 1;
   std::vector<std::vector<int>> grid(static_cast<std::size_t>(gw) * gh);
   for (const Candidate& c : candidates) {
-    if (c.response < floor_response || static_cast<int>(points.size()) >= count) break;
+    if (static_cast<int>(points.size()) >= count) break;
     const int cx = c.x / cell, cy = c.y / cell;
     bool near = false;
     for (int gy = std::max(cy - 1, 0); gy <= std::min(cy + 1, gh - 1) && !near; ++gy) {
