@@ -35,4 +35,8 @@ libdir=$(find "$prefix" -name ombcv.pc -printf '%h\n' | head -n1)
 PKG_CONFIG_PATH="$libdir" cc -std=c99 "$work/consumer.c" -o "$work/consumer-pc" \
   $(PKG_CONFIG_PATH="$libdir" pkg-config --cflags --libs ombcv)
 LD_LIBRARY_PATH="$(dirname "$libdir")" "$work/consumer-pc"
+# The omb tool is installed beside the library and finds it by itself.
+if [ -x "$prefix/bin/omb" ]; then
+  "$prefix/bin/omb" info | head -n 3
+fi
 echo "install check passed"
