@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
+#include <type_traits>
 #include <new>
 
 #include "ombcore.h"
@@ -78,45 +80,53 @@ std::string Args::GetString(const std::string& name, const std::string& fallback
   return it == values_.end() ? fallback : it->second;
 }
 
-bool Args::GetInt(const std::string& name, int fallback, int lo, int hi, int* out,
-                  std::string* error) const {
-  const auto it = values_.find(name);
-  if (it == values_.end()) {
+namespace {
+
+// Parses the whole of s as a number of type T within [lo, hi]: a long
+// integer in base 10, or a finite double.
+template <typename T>
+bool ParseNumber(const std::string& s, T lo, T hi, T* out) {
+  char* end = nullptr;
+  errno = 0;
+  T v;
+  if constexpr (std::is_integral_v<T>) {
+    const long l = std::strtol(s.c_str(), &end, 10);
+    if (l < lo || l > hi) return false;
+    v = static_cast<T>(l);
+  } else {
+    v = std::strtod(s.c_str(), &end);
+    if (!std::isfinite(v)) return false;
+  }
+  if (s.empty() || *end != '\0' || errno != 0 || v < lo || v > hi) return false;
+  *out = v;
+  return true;
+}
+
+template <typename T>
+bool GetNumber(const std::map<std::string, std::string>& values, const std::string& name,
+               T fallback, T lo, T hi, const char* what, T* out, std::string* error) {
+  const auto it = values.find(name);
+  if (it == values.end()) {
     *out = fallback;
     return true;
   }
-  const char* s = it->second.c_str();
-  char* end = nullptr;
-  errno = 0;
-  const long v = std::strtol(s, &end, 10);
-  if (*s == '\0' || *end != '\0' || errno != 0 || v < lo || v > hi) {
-    *error = "option '--" + name + "' wants an integer from " + std::to_string(lo) + " to " +
-             std::to_string(hi) + ", not '" + it->second + "'";
-    return false;
-  }
-  *out = static_cast<int>(v);
-  return true;
+  if (ParseNumber(it->second, lo, hi, out)) return true;
+  std::ostringstream range;
+  range << what << " from " << lo << " to " << hi;
+  *error = "option '--" + name + "' wants " + range.str() + ", not '" + it->second + "'";
+  return false;
+}
+
+}  // namespace
+
+bool Args::GetInt(const std::string& name, int fallback, int lo, int hi, int* out,
+                  std::string* error) const {
+  return GetNumber(values_, name, fallback, lo, hi, "an integer", out, error);
 }
 
 bool Args::GetDouble(const std::string& name, double fallback, double lo, double hi,
                      double* out, std::string* error) const {
-  const auto it = values_.find(name);
-  if (it == values_.end()) {
-    *out = fallback;
-    return true;
-  }
-  const char* s = it->second.c_str();
-  char* end = nullptr;
-  errno = 0;
-  const double v = std::strtod(s, &end);
-  if (*s == '\0' || *end != '\0' || errno != 0 || !std::isfinite(v) || v < lo || v > hi) {
-    char range[96];
-    std::snprintf(range, sizeof range, "a number from %g to %g", lo, hi);
-    *error = "option '--" + name + "' wants " + range + ", not '" + it->second + "'";
-    return false;
-  }
-  *out = v;
-  return true;
+  return GetNumber(values_, name, fallback, lo, hi, "a number", out, error);
 }
 
 int Fail(const Command& command, const std::string& message, int code) {
