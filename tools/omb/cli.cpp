@@ -25,9 +25,9 @@ bool LooksLikeNumber(const std::string& s) {
 
 }  // namespace
 
-bool Args::Parse(int argc, char** argv, const std::vector<OptionSpec>& options,
+bool Args::Parse(int argc, char** argv, const std::vector<OptionDef>& options,
                  std::string* error) {
-  std::vector<OptionSpec> known = options;
+  std::vector<OptionDef> known = options;
   known.push_back({"threads", true});
   for (int i = 0; i < argc; ++i) {
     const std::string word = argv[i];
@@ -52,21 +52,21 @@ bool Args::Parse(int argc, char** argv, const std::vector<OptionSpec>& options,
       name.resize(eq);
       has_value = true;
     }
-    const OptionSpec* spec = nullptr;
-    for (const OptionSpec& o : known) {
-      if (o.name == name) spec = &o;
+    const OptionDef* def = nullptr;
+    for (const OptionDef& o : known) {
+      if (o.name == name) def = &o;
     }
-    if (spec == nullptr) {
+    if (def == nullptr) {
       *error = "unknown option '--" + name + "'";
       return false;
     }
-    if (spec->takes_value && !has_value) {
+    if (def->takes_value && !has_value) {
       if (i + 1 >= argc) {
         *error = "option '--" + name + "' needs a value";
         return false;
       }
       value = argv[++i];
-    } else if (!spec->takes_value && has_value) {
+    } else if (!def->takes_value && has_value) {
       *error = "option '--" + name + "' takes no value";
       return false;
     }

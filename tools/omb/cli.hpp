@@ -10,7 +10,7 @@ namespace omb_tool {
 
 enum ExitCode { kExitOk = 0, kExitFailure = 1, kExitUsage = 2 };
 
-struct OptionSpec {
+struct OptionDef {
   std::string name;  // without the leading "--"
   bool takes_value;
 };
@@ -22,7 +22,7 @@ class Args {
   // "--name value", "--name=value" and, for flags, "--name"; "--help" and
   // "-h" are always known, as is "--threads N". Anything else starting
   // with "-" (other than "-" itself or a number) is an unknown option.
-  bool Parse(int argc, char** argv, const std::vector<OptionSpec>& options, std::string* error);
+  bool Parse(int argc, char** argv, const std::vector<OptionDef>& options, std::string* error);
 
   bool help() const { return help_; }
   const std::vector<std::string>& positional() const { return positional_; }
@@ -46,7 +46,7 @@ struct Command {
   const char* name;
   const char* summary;  // one line for the command list
   const char* usage;    // the whole --help text of the subcommand
-  std::vector<OptionSpec> options;  // besides --help and --threads
+  std::vector<OptionDef> options;  // besides --help and --threads
   int min_positional;
   int max_positional;
   int (*run)(const Args& args);
