@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <vector>
 
@@ -133,120 +134,48 @@ Img<V> Resample(const Img<V>& s, int n_out, int axis, float rate, bool up) {
 
 // ---- typed calls ---------------------------------------------------------------
 
+// The six members of one type and channel count behind untyped calls, so
+// that one differential run serves all of them.
 struct Calls {
-  // InitAlloc down/up, operator down/up, Free: one set per type and C.
-  OmbResult (*dinit)(void**, OmbRoiSize, float, const void*, int, int);
-  OmbResult (*uinit)(void**, OmbRoiSize, float, const void*, int, int);
-  OmbResult (*down)(const void*, int, OmbRoiSize, void*, int, OmbRoiSize, void*);
-  OmbResult (*up)(const void*, int, OmbRoiSize, void*, int, OmbRoiSize, void*);
-  OmbResult (*dfree)(void*);
-  OmbResult (*ufree)(void*);
+  std::function<OmbResult(void**, OmbRoiSize, float, const void*, int, int)> dinit, uinit;
+  std::function<OmbResult(const void*, int, OmbRoiSize, void*, int, OmbRoiSize, void*)> down, up;
+  std::function<OmbResult(void*)> dfree, ufree;
 };
+
+template <class State, class K>
+auto UntypedInit(OmbResult (*fn)(State**, OmbRoiSize, Omb32f, const K*, int, int)) {
+  return [fn](void** out, OmbRoiSize r, float rate, const void* k, int n, int mode) {
+    State* st = nullptr;
+    const OmbResult res = fn(&st, r, rate, static_cast<const K*>(k), n, mode);
+    *out = st;
+    return res;
+  };
+}
+template <class T, class State>
+auto UntypedApply(OmbResult (*fn)(const T*, int, OmbRoiSize, T*, int, OmbRoiSize, State*)) {
+  return [fn](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
+    return fn(static_cast<const T*>(s), ss, sr, static_cast<T*>(d), ds, dr, static_cast<State*>(st));
+  };
+}
+template <class State>
+auto UntypedFree(OmbResult (*fn)(State*)) {
+  return [fn](void* st) { return fn(static_cast<State*>(st)); };
+}
+
+#define OMB_LAYER_CALLS(sfx)                                                             \
+  Calls{UntypedInit(ombiPyramidLayerDownInitAlloc_##sfx),                                \
+        UntypedInit(ombiPyramidLayerUpInitAlloc_##sfx), UntypedApply(ombiPyramidLayerDown_##sfx), \
+        UntypedApply(ombiPyramidLayerUp_##sfx), UntypedFree(ombiPyramidLayerDownFree_##sfx),   \
+        UntypedFree(ombiPyramidLayerUpFree_##sfx)}
 
 template <class T>
 Calls CallsFor(int C);
 template <>
-Calls CallsFor<Omb8u>(int C) {
-  if (C == 1)
-    return Calls{
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerDownInitAlloc_8u_C1R(reinterpret_cast<OmbPyramidLayerDownState_8u_C1R**>(p), r, rt, static_cast<const Omb16s*>(k), n, m);
-      },
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerUpInitAlloc_8u_C1R(reinterpret_cast<OmbPyramidLayerUpState_8u_C1R**>(p), r, rt, static_cast<const Omb16s*>(k), n, m);
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerDown_8u_C1R(static_cast<const Omb8u*>(s), ss, sr, static_cast<Omb8u*>(d), ds, dr, static_cast<OmbPyramidLayerDownState_8u_C1R*>(st));
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerUp_8u_C1R(static_cast<const Omb8u*>(s), ss, sr, static_cast<Omb8u*>(d), ds, dr, static_cast<OmbPyramidLayerUpState_8u_C1R*>(st));
-      },
-      [](void* p) { return ombiPyramidLayerDownFree_8u_C1R(static_cast<OmbPyramidLayerDownState_8u_C1R*>(p)); },
-      [](void* p) { return ombiPyramidLayerUpFree_8u_C1R(static_cast<OmbPyramidLayerUpState_8u_C1R*>(p)); }};
-  return Calls{
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerDownInitAlloc_8u_C3R(reinterpret_cast<OmbPyramidLayerDownState_8u_C3R**>(p), r, rt, static_cast<const Omb16s*>(k), n, m);
-      },
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerUpInitAlloc_8u_C3R(reinterpret_cast<OmbPyramidLayerUpState_8u_C3R**>(p), r, rt, static_cast<const Omb16s*>(k), n, m);
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerDown_8u_C3R(static_cast<const Omb8u*>(s), ss, sr, static_cast<Omb8u*>(d), ds, dr, static_cast<OmbPyramidLayerDownState_8u_C3R*>(st));
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerUp_8u_C3R(static_cast<const Omb8u*>(s), ss, sr, static_cast<Omb8u*>(d), ds, dr, static_cast<OmbPyramidLayerUpState_8u_C3R*>(st));
-      },
-      [](void* p) { return ombiPyramidLayerDownFree_8u_C3R(static_cast<OmbPyramidLayerDownState_8u_C3R*>(p)); },
-      [](void* p) { return ombiPyramidLayerUpFree_8u_C3R(static_cast<OmbPyramidLayerUpState_8u_C3R*>(p)); }};
-}
+Calls CallsFor<Omb8u>(int C) { return C == 1 ? OMB_LAYER_CALLS(8u_C1R) : OMB_LAYER_CALLS(8u_C3R); }
 template <>
-Calls CallsFor<Omb16u>(int C) {
-  if (C == 1)
-    return Calls{
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerDownInitAlloc_16u_C1R(reinterpret_cast<OmbPyramidLayerDownState_16u_C1R**>(p), r, rt, static_cast<const Omb16s*>(k), n, m);
-      },
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerUpInitAlloc_16u_C1R(reinterpret_cast<OmbPyramidLayerUpState_16u_C1R**>(p), r, rt, static_cast<const Omb16s*>(k), n, m);
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerDown_16u_C1R(static_cast<const Omb16u*>(s), ss, sr, static_cast<Omb16u*>(d), ds, dr, static_cast<OmbPyramidLayerDownState_16u_C1R*>(st));
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerUp_16u_C1R(static_cast<const Omb16u*>(s), ss, sr, static_cast<Omb16u*>(d), ds, dr, static_cast<OmbPyramidLayerUpState_16u_C1R*>(st));
-      },
-      [](void* p) { return ombiPyramidLayerDownFree_16u_C1R(static_cast<OmbPyramidLayerDownState_16u_C1R*>(p)); },
-      [](void* p) { return ombiPyramidLayerUpFree_16u_C1R(static_cast<OmbPyramidLayerUpState_16u_C1R*>(p)); }};
-  return Calls{
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerDownInitAlloc_16u_C3R(reinterpret_cast<OmbPyramidLayerDownState_16u_C3R**>(p), r, rt, static_cast<const Omb16s*>(k), n, m);
-      },
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerUpInitAlloc_16u_C3R(reinterpret_cast<OmbPyramidLayerUpState_16u_C3R**>(p), r, rt, static_cast<const Omb16s*>(k), n, m);
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerDown_16u_C3R(static_cast<const Omb16u*>(s), ss, sr, static_cast<Omb16u*>(d), ds, dr, static_cast<OmbPyramidLayerDownState_16u_C3R*>(st));
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerUp_16u_C3R(static_cast<const Omb16u*>(s), ss, sr, static_cast<Omb16u*>(d), ds, dr, static_cast<OmbPyramidLayerUpState_16u_C3R*>(st));
-      },
-      [](void* p) { return ombiPyramidLayerDownFree_16u_C3R(static_cast<OmbPyramidLayerDownState_16u_C3R*>(p)); },
-      [](void* p) { return ombiPyramidLayerUpFree_16u_C3R(static_cast<OmbPyramidLayerUpState_16u_C3R*>(p)); }};
-}
+Calls CallsFor<Omb16u>(int C) { return C == 1 ? OMB_LAYER_CALLS(16u_C1R) : OMB_LAYER_CALLS(16u_C3R); }
 template <>
-Calls CallsFor<Omb32f>(int C) {
-  if (C == 1)
-    return Calls{
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerDownInitAlloc_32f_C1R(reinterpret_cast<OmbPyramidLayerDownState_32f_C1R**>(p), r, rt, static_cast<const Omb32f*>(k), n, m);
-      },
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerUpInitAlloc_32f_C1R(reinterpret_cast<OmbPyramidLayerUpState_32f_C1R**>(p), r, rt, static_cast<const Omb32f*>(k), n, m);
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerDown_32f_C1R(static_cast<const Omb32f*>(s), ss, sr, static_cast<Omb32f*>(d), ds, dr, static_cast<OmbPyramidLayerDownState_32f_C1R*>(st));
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerUp_32f_C1R(static_cast<const Omb32f*>(s), ss, sr, static_cast<Omb32f*>(d), ds, dr, static_cast<OmbPyramidLayerUpState_32f_C1R*>(st));
-      },
-      [](void* p) { return ombiPyramidLayerDownFree_32f_C1R(static_cast<OmbPyramidLayerDownState_32f_C1R*>(p)); },
-      [](void* p) { return ombiPyramidLayerUpFree_32f_C1R(static_cast<OmbPyramidLayerUpState_32f_C1R*>(p)); }};
-  return Calls{
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerDownInitAlloc_32f_C3R(reinterpret_cast<OmbPyramidLayerDownState_32f_C3R**>(p), r, rt, static_cast<const Omb32f*>(k), n, m);
-      },
-      [](void** p, OmbRoiSize r, float rt, const void* k, int n, int m) {
-        return ombiPyramidLayerUpInitAlloc_32f_C3R(reinterpret_cast<OmbPyramidLayerUpState_32f_C3R**>(p), r, rt, static_cast<const Omb32f*>(k), n, m);
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerDown_32f_C3R(static_cast<const Omb32f*>(s), ss, sr, static_cast<Omb32f*>(d), ds, dr, static_cast<OmbPyramidLayerDownState_32f_C3R*>(st));
-      },
-      [](const void* s, int ss, OmbRoiSize sr, void* d, int ds, OmbRoiSize dr, void* st) {
-        return ombiPyramidLayerUp_32f_C3R(static_cast<const Omb32f*>(s), ss, sr, static_cast<Omb32f*>(d), ds, dr, static_cast<OmbPyramidLayerUpState_32f_C3R*>(st));
-      },
-      [](void* p) { return ombiPyramidLayerDownFree_32f_C3R(static_cast<OmbPyramidLayerDownState_32f_C3R*>(p)); },
-      [](void* p) { return ombiPyramidLayerUpFree_32f_C3R(static_cast<OmbPyramidLayerUpState_32f_C3R*>(p)); }};
-}
+Calls CallsFor<Omb32f>(int C) { return C == 1 ? OMB_LAYER_CALLS(32f_C1R) : OMB_LAYER_CALLS(32f_C3R); }
 
 template <class T>
 using KernOf = std::conditional_t<std::is_same_v<T, Omb32f>, Omb32f, Omb16s>;
