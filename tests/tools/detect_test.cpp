@@ -60,9 +60,11 @@ std::vector<Box> Detections(const std::string& output) {
 TEST(DetectTool, FramesTheCatFace) {
   const std::string out = TempPath("cat.png");
   // The default settings: scale step 1.1, two windows per detection.
-  const Outcome o = RunTool("--cascade " + kCascade + " " + kData + "/chelsea_framed.png " + out);
+  const Outcome o =
+      RunTool("--cascade " + kCascade + " --verbose " + kData + "/chelsea_framed.png " + out);
   ASSERT_EQ(o.status, 0) << o.output;
   EXPECT_NE(o.output.find("found "), std::string::npos) << o.output;
+  EXPECT_NE(o.output.find("stage  entering  survivors"), std::string::npos) << o.output;
   // Checked by eye on the written picture: the box frames the face.
   const Box face{175, 97, 96, 96};
   const std::vector<Box> found = Detections(o.output);
