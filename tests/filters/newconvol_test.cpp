@@ -85,25 +85,40 @@ Front Make(const char* name, Model m, F f, G g, Rule rule) {
 const std::vector<Front>& Fronts() {
   using M = Model;
   using R = Rule;
-#define OMB_FRONT(family, type, model, rule)                                              \
-  Make("ombiFilter" #family "Border_" #type "_C1R", model, ombiFilter##family##Border_##type##_C1R, \
-       ombiFilter##family##GetBufferSize_##type##_C1R, rule)
-#define OMB_FRONTS(family, model, rule16s, rule8s, rule32f)                                \
-  OMB_FRONT(family, 8u16s, model, rule16s), OMB_FRONT(family, 8u8s, model, rule8s),     \
-      OMB_FRONT(family, 32f, model, rule32f)
+// Each front with its buffer-size query; the name is the stringised function.
+#define OMB_FRONT(filter, size, model, rule) Make(#filter, model, filter, size, rule)
   static const std::vector<Front> fronts = {
-      OMB_FRONTS(SobelHoriz, M::kSobelH, R::kSobel8u, R::kSobel8u, R::kSobel32f),
-      OMB_FRONTS(SobelVert, M::kSobelV, R::kSobel8u, R::kSobel8u, R::kSobel32f),
-      OMB_FRONTS(SobelNegVert, M::kSobelNV, R::kSobel8u, R::kSobel8u, R::kSobel32f),
-      OMB_FRONTS(SobelHorizSecond, M::kSobelH2, R::kSobel8u, R::kSobel8u, R::kSobel32f),
-      OMB_FRONTS(SobelVertSecond, M::kSobelV2, R::kSobel8u, R::kSobel8u, R::kSobel32f),
-      OMB_FRONTS(SobelCross, M::kCross, R::kSobel8u, R::kSobel8u, R::kSobel32f),
-      OMB_FRONTS(Laplacian, M::kLap, R::kLap16s, R::kLap8s, R::kLap32f),
-      OMB_FRONTS(ScharrHoriz, M::kScharrH, R::kScharr8u, R::kScharr8u, R::kScharr32f),
-      OMB_FRONTS(ScharrVert, M::kScharrV, R::kScharr8u, R::kScharr8u, R::kScharr32f),
-      OMB_FRONT(Lowpass, 8u, M::kLow, R::kSobel8u),
-      OMB_FRONT(Lowpass, 32f, M::kLow, R::kSobel32f),
+      OMB_FRONT(ombiFilterSobelHorizBorder_8u16s_C1R, ombiFilterSobelHorizGetBufferSize_8u16s_C1R, M::kSobelH, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelHorizBorder_8u8s_C1R, ombiFilterSobelHorizGetBufferSize_8u8s_C1R, M::kSobelH, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelHorizBorder_32f_C1R, ombiFilterSobelHorizGetBufferSize_32f_C1R, M::kSobelH, R::kSobel32f),
+      OMB_FRONT(ombiFilterSobelVertBorder_8u16s_C1R, ombiFilterSobelVertGetBufferSize_8u16s_C1R, M::kSobelV, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelVertBorder_8u8s_C1R, ombiFilterSobelVertGetBufferSize_8u8s_C1R, M::kSobelV, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelVertBorder_32f_C1R, ombiFilterSobelVertGetBufferSize_32f_C1R, M::kSobelV, R::kSobel32f),
+      OMB_FRONT(ombiFilterSobelNegVertBorder_8u16s_C1R, ombiFilterSobelNegVertGetBufferSize_8u16s_C1R, M::kSobelNV, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelNegVertBorder_8u8s_C1R, ombiFilterSobelNegVertGetBufferSize_8u8s_C1R, M::kSobelNV, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelNegVertBorder_32f_C1R, ombiFilterSobelNegVertGetBufferSize_32f_C1R, M::kSobelNV, R::kSobel32f),
+      OMB_FRONT(ombiFilterSobelHorizSecondBorder_8u16s_C1R, ombiFilterSobelHorizSecondGetBufferSize_8u16s_C1R, M::kSobelH2, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelHorizSecondBorder_8u8s_C1R, ombiFilterSobelHorizSecondGetBufferSize_8u8s_C1R, M::kSobelH2, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelHorizSecondBorder_32f_C1R, ombiFilterSobelHorizSecondGetBufferSize_32f_C1R, M::kSobelH2, R::kSobel32f),
+      OMB_FRONT(ombiFilterSobelVertSecondBorder_8u16s_C1R, ombiFilterSobelVertSecondGetBufferSize_8u16s_C1R, M::kSobelV2, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelVertSecondBorder_8u8s_C1R, ombiFilterSobelVertSecondGetBufferSize_8u8s_C1R, M::kSobelV2, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelVertSecondBorder_32f_C1R, ombiFilterSobelVertSecondGetBufferSize_32f_C1R, M::kSobelV2, R::kSobel32f),
+      OMB_FRONT(ombiFilterSobelCrossBorder_8u16s_C1R, ombiFilterSobelCrossGetBufferSize_8u16s_C1R, M::kCross, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelCrossBorder_8u8s_C1R, ombiFilterSobelCrossGetBufferSize_8u8s_C1R, M::kCross, R::kSobel8u),
+      OMB_FRONT(ombiFilterSobelCrossBorder_32f_C1R, ombiFilterSobelCrossGetBufferSize_32f_C1R, M::kCross, R::kSobel32f),
+      OMB_FRONT(ombiFilterLaplacianBorder_8u16s_C1R, ombiFilterLaplacianGetBufferSize_8u16s_C1R, M::kLap, R::kLap16s),
+      OMB_FRONT(ombiFilterLaplacianBorder_8u8s_C1R, ombiFilterLaplacianGetBufferSize_8u8s_C1R, M::kLap, R::kLap8s),
+      OMB_FRONT(ombiFilterLaplacianBorder_32f_C1R, ombiFilterLaplacianGetBufferSize_32f_C1R, M::kLap, R::kLap32f),
+      OMB_FRONT(ombiFilterScharrHorizBorder_8u16s_C1R, ombiFilterScharrHorizGetBufferSize_8u16s_C1R, M::kScharrH, R::kScharr8u),
+      OMB_FRONT(ombiFilterScharrHorizBorder_8u8s_C1R, ombiFilterScharrHorizGetBufferSize_8u8s_C1R, M::kScharrH, R::kScharr8u),
+      OMB_FRONT(ombiFilterScharrHorizBorder_32f_C1R, ombiFilterScharrHorizGetBufferSize_32f_C1R, M::kScharrH, R::kScharr32f),
+      OMB_FRONT(ombiFilterScharrVertBorder_8u16s_C1R, ombiFilterScharrVertGetBufferSize_8u16s_C1R, M::kScharrV, R::kScharr8u),
+      OMB_FRONT(ombiFilterScharrVertBorder_8u8s_C1R, ombiFilterScharrVertGetBufferSize_8u8s_C1R, M::kScharrV, R::kScharr8u),
+      OMB_FRONT(ombiFilterScharrVertBorder_32f_C1R, ombiFilterScharrVertGetBufferSize_32f_C1R, M::kScharrV, R::kScharr32f),
+      OMB_FRONT(ombiFilterLowpassBorder_8u_C1R, ombiFilterLowpassGetBufferSize_8u_C1R, M::kLow, R::kSobel8u),
+      OMB_FRONT(ombiFilterLowpassBorder_32f_C1R, ombiFilterLowpassGetBufferSize_32f_C1R, M::kLow, R::kSobel32f),
   };
+#undef OMB_FRONT
   return fronts;
 }
 

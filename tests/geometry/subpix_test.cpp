@@ -206,22 +206,21 @@ struct Member {
   IsectFn<S, D> isect;
   bool sfs;
 };
-#define OMB_MEMBER(S, D, sfx)                                                              \
-  Member<S, D> {                                                                           \
-    "ombiCopySubpix_" #sfx, Plain(ombiCopySubpix_##sfx), "ombiCopySubpixIntersect_" #sfx, \
-        Plain(ombiCopySubpixIntersect_##sfx), false                                        \
-  }
-
 template <class Fn>
 void ForEachMember(const Fn& fn) {
-  fn(OMB_MEMBER(Omb8u, Omb8u, 8u_C1R));
+  fn(Member<Omb8u, Omb8u>{"ombiCopySubpix_8u_C1R", Plain(ombiCopySubpix_8u_C1R),
+                     "ombiCopySubpixIntersect_8u_C1R", Plain(ombiCopySubpixIntersect_8u_C1R), false});
   fn(Member<Omb8u, Omb16u>{"ombiCopySubpix_8u16u_C1R_Sfs", ombiCopySubpix_8u16u_C1R_Sfs,
                            "ombiCopySubpixIntersect_8u16u_C1R_Sfs",
                            ombiCopySubpixIntersect_8u16u_C1R_Sfs, true});
-  fn(OMB_MEMBER(Omb8u, Omb32f, 8u32f_C1R));
-  fn(OMB_MEMBER(Omb16u, Omb16u, 16u_C1R));
-  fn(OMB_MEMBER(Omb16u, Omb32f, 16u32f_C1R));
-  fn(OMB_MEMBER(Omb32f, Omb32f, 32f_C1R));
+  fn(Member<Omb8u, Omb32f>{"ombiCopySubpix_8u32f_C1R", Plain(ombiCopySubpix_8u32f_C1R),
+                     "ombiCopySubpixIntersect_8u32f_C1R", Plain(ombiCopySubpixIntersect_8u32f_C1R), false});
+  fn(Member<Omb16u, Omb16u>{"ombiCopySubpix_16u_C1R", Plain(ombiCopySubpix_16u_C1R),
+                     "ombiCopySubpixIntersect_16u_C1R", Plain(ombiCopySubpixIntersect_16u_C1R), false});
+  fn(Member<Omb16u, Omb32f>{"ombiCopySubpix_16u32f_C1R", Plain(ombiCopySubpix_16u32f_C1R),
+                     "ombiCopySubpixIntersect_16u32f_C1R", Plain(ombiCopySubpixIntersect_16u32f_C1R), false});
+  fn(Member<Omb32f, Omb32f>{"ombiCopySubpix_32f_C1R", Plain(ombiCopySubpix_32f_C1R),
+                     "ombiCopySubpixIntersect_32f_C1R", Plain(ombiCopySubpixIntersect_32f_C1R), false});
 }
 
 // Offsets with and without whole parts (only the fraction may count),

@@ -162,20 +162,38 @@ auto UntypedFree(OmbResult (*fn)(State*)) {
   return [fn](void* st) { return fn(static_cast<State*>(st)); };
 }
 
-#define OMB_LAYER_CALLS(sfx)                                                             \
-  Calls{UntypedInit(ombiPyramidLayerDownInitAlloc_##sfx),                                \
-        UntypedInit(ombiPyramidLayerUpInitAlloc_##sfx), UntypedApply(ombiPyramidLayerDown_##sfx), \
-        UntypedApply(ombiPyramidLayerUp_##sfx), UntypedFree(ombiPyramidLayerDownFree_##sfx),   \
-        UntypedFree(ombiPyramidLayerUpFree_##sfx)}
-
 template <class T>
 Calls CallsFor(int C);
 template <>
-Calls CallsFor<Omb8u>(int C) { return C == 1 ? OMB_LAYER_CALLS(8u_C1R) : OMB_LAYER_CALLS(8u_C3R); }
+Calls CallsFor<Omb8u>(int C) {
+  if (C == 1)
+    return Calls{UntypedInit(ombiPyramidLayerDownInitAlloc_8u_C1R), UntypedInit(ombiPyramidLayerUpInitAlloc_8u_C1R),
+               UntypedApply(ombiPyramidLayerDown_8u_C1R), UntypedApply(ombiPyramidLayerUp_8u_C1R),
+               UntypedFree(ombiPyramidLayerDownFree_8u_C1R), UntypedFree(ombiPyramidLayerUpFree_8u_C1R)};
+  return Calls{UntypedInit(ombiPyramidLayerDownInitAlloc_8u_C3R), UntypedInit(ombiPyramidLayerUpInitAlloc_8u_C3R),
+               UntypedApply(ombiPyramidLayerDown_8u_C3R), UntypedApply(ombiPyramidLayerUp_8u_C3R),
+               UntypedFree(ombiPyramidLayerDownFree_8u_C3R), UntypedFree(ombiPyramidLayerUpFree_8u_C3R)};
+}
 template <>
-Calls CallsFor<Omb16u>(int C) { return C == 1 ? OMB_LAYER_CALLS(16u_C1R) : OMB_LAYER_CALLS(16u_C3R); }
+Calls CallsFor<Omb16u>(int C) {
+  if (C == 1)
+    return Calls{UntypedInit(ombiPyramidLayerDownInitAlloc_16u_C1R), UntypedInit(ombiPyramidLayerUpInitAlloc_16u_C1R),
+               UntypedApply(ombiPyramidLayerDown_16u_C1R), UntypedApply(ombiPyramidLayerUp_16u_C1R),
+               UntypedFree(ombiPyramidLayerDownFree_16u_C1R), UntypedFree(ombiPyramidLayerUpFree_16u_C1R)};
+  return Calls{UntypedInit(ombiPyramidLayerDownInitAlloc_16u_C3R), UntypedInit(ombiPyramidLayerUpInitAlloc_16u_C3R),
+               UntypedApply(ombiPyramidLayerDown_16u_C3R), UntypedApply(ombiPyramidLayerUp_16u_C3R),
+               UntypedFree(ombiPyramidLayerDownFree_16u_C3R), UntypedFree(ombiPyramidLayerUpFree_16u_C3R)};
+}
 template <>
-Calls CallsFor<Omb32f>(int C) { return C == 1 ? OMB_LAYER_CALLS(32f_C1R) : OMB_LAYER_CALLS(32f_C3R); }
+Calls CallsFor<Omb32f>(int C) {
+  if (C == 1)
+    return Calls{UntypedInit(ombiPyramidLayerDownInitAlloc_32f_C1R), UntypedInit(ombiPyramidLayerUpInitAlloc_32f_C1R),
+               UntypedApply(ombiPyramidLayerDown_32f_C1R), UntypedApply(ombiPyramidLayerUp_32f_C1R),
+               UntypedFree(ombiPyramidLayerDownFree_32f_C1R), UntypedFree(ombiPyramidLayerUpFree_32f_C1R)};
+  return Calls{UntypedInit(ombiPyramidLayerDownInitAlloc_32f_C3R), UntypedInit(ombiPyramidLayerUpInitAlloc_32f_C3R),
+               UntypedApply(ombiPyramidLayerDown_32f_C3R), UntypedApply(ombiPyramidLayerUp_32f_C3R),
+               UntypedFree(ombiPyramidLayerDownFree_32f_C3R), UntypedFree(ombiPyramidLayerUpFree_32f_C3R)};
+}
 
 template <class T>
 using KernOf = std::conditional_t<std::is_same_v<T, Omb32f>, Omb32f, Omb16s>;
