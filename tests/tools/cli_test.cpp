@@ -59,13 +59,15 @@ TEST(OmbCli, BadUsageExitsWithTwo) {
 TEST(OmbCli, FileErrorsExitWithOneAndNameTheFile) {
   const std::string dir = ScratchDir(), a = kData + "/camera_a.png", o = dir + "/o.png";
   const std::string garbage = dir + "/garbage.png", missing = dir + "/missing.png";
-  const std::string bad_truth = dir + "/bad_motion.txt";
+  const std::string bad_truth = dir + "/bad_motion.txt", huge = dir + "/huge.pgm";
   std::ofstream(garbage) << "this is not a picture\n";
+  std::ofstream(huge) << "P5\n60000 60000\n255\nabc";  // claims 3.6 Gpixel
   std::ofstream(bad_truth) << "# comment\naffine 1 0 0 0 1\n";
   const Case cases[] = {
       {"edges " + missing + " " + o, 1, missing},
       {"edges " + garbage + " " + o, 1, garbage},
       {"pyramid " + garbage + " " + dir + "/p", 1, garbage},
+      {"edges " + huge + " " + o, 1, huge},
       {"track " + a + " " + missing + " " + o, 1, missing},
       {"track " + a + " " + a + " " + o + " --truth " + missing, 1, missing},
       {"track " + a + " " + a + " " + o + " --truth " + bad_truth, 1, bad_truth + ":2"},

@@ -10,6 +10,12 @@
 namespace omb_tool {
 namespace {
 
+// Library calls take int sizes and steps: sides up to 65535 keep every
+// step of every table the tool builds well inside int, and 256 Mpixel
+// bounds the memory a picture can take.
+constexpr int kMaxSide = 65535;
+constexpr long long kMaxPixels = 1LL << 28;
+
 // The image library keeps process-wide state; it is set up once, on first
 // use, and torn down at exit so leak checkers see a clean process. Its
 // set-up also resets the OpenMP thread count to its own choice, so the
@@ -20,6 +26,11 @@ void EnsureInitialised() {
     const int threads = omp_get_max_threads();
     InitializeMagick(nullptr);
     omp_set_num_threads(threads);
+    // A small file can claim an enormous picture; the decoder refuses such
+    // headers before allocating instead of the tool failing afterwards.
+    SetMagickResourceLimit(WidthResource, kMaxSide);
+    SetMagickResourceLimit(HeightResource, kMaxSide);
+    SetMagickResourceLimit(PixelsResource, kMaxPixels);
     std::atexit([] { DestroyMagick(); });
   });
 }
@@ -58,7 +69,7 @@ bool ReadImage(const std::string& path, Image* image, std::string* error) {
     *error = path + ": not a readable image: " + Reason(ex);
     ok = false;
   }
-  if (ok && (im->columns < 1 || im->rows < 1 || im->columns > 65535 || im->rows > 65535)) {
+  if (ok && (im->columns < 1 || im->rows < 1 || im->columns > kMaxSide || im->rows > kMaxSide)) {
     *error = path + ": image size out of range";
     ok = false;
   }
