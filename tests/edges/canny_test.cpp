@@ -17,26 +17,20 @@ namespace {
 
 using namespace omb_test;
 
-// A work buffer of exactly the reported size, starting `shift` bytes past a
-// 32-byte boundary, with guard bytes before and after it.
-struct WorkBuffer : GuardedBuffer {
-  static int Size(OmbRoiSize roi) {
-    int size = 0;
-    EXPECT_EQ(ombiCannyGetSize(roi, &size), ombResultOk);
-    return size;
-  }
-  WorkBuffer(OmbRoiSize roi, int shift) : GuardedBuffer(Size(roi), shift) {}
-};
+int BufferSize(OmbRoiSize roi) {
+  int size = 0;
+  EXPECT_EQ(ombiCannyGetSize(roi, &size), ombResultOk);
+  return size;
+}
 
+// The one place that picks the front of element type T.
 template <class T>
-OmbResult CallCanny(const TestImage<T>& dx, const TestImage<T>& dy, ImageBytes& dst, float low,
-                    float high, Omb8u* buf) {
+OmbResult CallCanny(const T* dx, int dx_step, const T* dy, int dy_step, Omb8u* dst, int dst_step,
+                    OmbRoiSize roi, float low, float high, Omb8u* buf) {
   if constexpr (std::is_same<T, Omb16s>::value) {
-    return ombiCanny_16s8u_C1R(dx.Roi(), dx.Step(), dy.Roi(), dy.Step(), dst.RoiBytes(), dst.Step(),
-                               dst.Size(), low, high, buf);
+    return ombiCanny_16s8u_C1R(dx, dx_step, dy, dy_step, dst, dst_step, roi, low, high, buf);
   } else {
-    return ombiCanny_32f8u_C1R(dx.Roi(), dx.Step(), dy.Roi(), dy.Step(), dst.RoiBytes(), dst.Step(),
-                               dst.Size(), low, high, buf);
+    return ombiCanny_32f8u_C1R(dx, dx_step, dy, dy_step, dst, dst_step, roi, low, high, buf);
   }
 }
 
@@ -53,8 +47,11 @@ void ExpectModel(const TestImage<T>& dx, const TestImage<T>& dy, const Layout& o
   ImageBytes want(dst);
   canny_model::Apply(want, canny_model::Edges(dx.Roi(), dx.Step(), dy.Roi(), dy.Step(), dx.Width(),
                                               dx.Height(), low, high));
-  WorkBuffer buf(dst.Size(), buf_shift);
-  ASSERT_EQ(CallCanny(dx, dy, dst, low, high, buf.Data()), ombResultOk);
+  // A work buffer of exactly the reported size, guarded on both sides.
+  GuardedBuffer buf(BufferSize(dst.Size()), buf_shift);
+  ASSERT_EQ(CallCanny(dx.Roi(), dx.Step(), dy.Roi(), dy.Step(), dst.Roi(), dst.Step(), dst.Size(),
+                      low, high, buf.Data()),
+            ombResultOk);
   EXPECT_TRUE(SameBytes(dst, want));
   EXPECT_TRUE(dx.Unchanged());
   EXPECT_TRUE(dy.Unchanged());
@@ -135,8 +132,10 @@ void RunShapes() {
   }
 }
 
-TEST(Canny, HandMadeShapes16s) { RunShapes<Omb16s>(); }
-TEST(Canny, HandMadeShapes32f) { RunShapes<Omb32f>(); }
+TEST(Canny, HandMadeShapes) {
+  RunShapes<Omb16s>();
+  RunShapes<Omb32f>();
+}
 
 // Random derivatives: small values (many ties and plateaus) or the full
 // range with special values, in padded, offset layouts.
@@ -163,15 +162,8 @@ void RunRandom() {
   Rng rng(11);
   int k = 0;
   for (const Case& c : cases) {
-    Layout l;
-    l.pad_bytes = int(sizeof(T)) * (k % 3) * 5;
-    l.off_x = k % 4;
-    l.off_y = k % 2;
-    l.shift = (k % 2) * int(sizeof(T));
-    Layout lo;
-    lo.pad_bytes = 3 + k % 5;
-    lo.off_x = (k + 1) % 3;
-    lo.off_y = 1;
+    const Layout l{int(sizeof(T)) * (k % 3) * 5, k % 4, k % 2, 1, (k % 2) * int(sizeof(T))};
+    const Layout lo{3 + k % 5, (k + 1) % 3, 1};
     TestImage<T> dx(c.w, c.h, l), dy(c.w, c.h, l);
     FillDerivative(dx, rng, c.range);
     FillDerivative(dy, rng, c.range);
@@ -227,15 +219,8 @@ void CheckOrder(const char* name) {
                            c.step[2] >= c.roi.width;
     const std::size_t span = plausible ? std::size_t(c.step[2]) * (c.roi.height - 1) + c.roi.width : 0;
     if (plausible) saved.assign(out, out + span);
-    const float low = float(c.p[0]), high = float(c.p[1]);
-    OmbResult st;
-    if constexpr (std::is_same<T, Omb16s>::value) {
-      st = ombiCanny_16s8u_C1R(c.P<Omb16s>(0), c.step[0], c.P<Omb16s>(1), c.step[1], out, c.step[2],
-                               c.roi, low, high, buffer.data());
-    } else {
-      st = ombiCanny_32f8u_C1R(c.P<Omb32f>(0), c.step[0], c.P<Omb32f>(1), c.step[1], out, c.step[2],
-                               c.roi, low, high, buffer.data());
-    }
+    const OmbResult st = CallCanny(c.P<T>(0), c.step[0], c.P<T>(1), c.step[1], out, c.step[2],
+                                   c.roi, float(c.p[0]), float(c.p[1]), buffer.data());
     if (st == ombResultOk) {
       for (int y = 0; y < c.roi.height; ++y)
         std::memcpy(saved.data() + std::size_t(c.step[2]) * y, out + std::size_t(c.step[2]) * y,
@@ -248,19 +233,15 @@ void CheckOrder(const char* name) {
   // A null work buffer is a null pointer and wins over bad thresholds.
   TestImage<T> dx(4, 2), dy(4, 2);
   TestImage<Omb8u> dst(4, 2);
-  OmbResult st;
-  if constexpr (std::is_same<T, Omb16s>::value) {
-    st = ombiCanny_16s8u_C1R(dx.Roi(), dx.Step(), dy.Roi(), dy.Step(), dst.Roi(), dst.Step(), {4, 2},
-                             -1, 2, nullptr);
-  } else {
-    st = ombiCanny_32f8u_C1R(dx.Roi(), dx.Step(), dy.Roi(), dy.Step(), dst.Roi(), dst.Step(), {4, 2},
-                             -1, 2, nullptr);
-  }
-  EXPECT_EQ(st, ombResultNullPointer);
+  EXPECT_EQ(CallCanny(dx.Roi(), dx.Step(), dy.Roi(), dy.Step(), dst.Roi(), dst.Step(), {4, 2}, -1, 2,
+                      nullptr),
+            ombResultNullPointer);
   EXPECT_TRUE(dst.Unchanged());
 }
 
-TEST(Canny, ChecksArgumentsInOrder16s) { CheckOrder<Omb16s>("ombiCanny_16s8u_C1R"); }
-TEST(Canny, ChecksArgumentsInOrder32f) { CheckOrder<Omb32f>("ombiCanny_32f8u_C1R"); }
+TEST(Canny, ChecksArgumentsInOrder) {
+  CheckOrder<Omb16s>("ombiCanny_16s8u_C1R");
+  CheckOrder<Omb32f>("ombiCanny_32f8u_C1R");
+}
 
 }  // namespace
