@@ -1,21 +1,17 @@
 // Fixed 5x5 reduction and expansion against the plain models of
 // pyramid_model.hpp: every size from 1 to 40 in one dimension against a
 // sample of the other, wider rows that reach the vector paths of every
-// target, padded and offset layouts, exact-size work buffers at every
-// alignment, hand-computed edge values, the buffer-size queries and the
-// check orders.
+// target, photograph-sized images, padded and offset layouts and
+// exact-size work buffers at every alignment.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
-#include <limits>
 #include <type_traits>
 #include <vector>
 
 #include "motion/pyramid_model.hpp"
 #include "ombcv.h"
-#include "support/arg_check.hpp"
 #include "support/test_image.hpp"
 
 namespace {
@@ -28,24 +24,24 @@ constexpr int TypeCode() {
 }
 
 template <class T>
-OmbResult CallDown(int C, const T* s, int ss, T* d, int ds, OmbRoiSize r, Omb8u* b) {
-  if constexpr (std::is_same<T, Omb8u>::value) {
-    return C == 1 ? ombiPyrDown_Gauss5x5_8u_C1R(s, ss, d, ds, r, b) : ombiPyrDown_Gauss5x5_8u_C3R(s, ss, d, ds, r, b);
-  } else if constexpr (std::is_same<T, Omb8s>::value) {
-    return C == 1 ? ombiPyrDown_Gauss5x5_8s_C1R(s, ss, d, ds, r, b) : ombiPyrDown_Gauss5x5_8s_C3R(s, ss, d, ds, r, b);
-  } else {
-    return C == 1 ? ombiPyrDown_Gauss5x5_32f_C1R(s, ss, d, ds, r, b) : ombiPyrDown_Gauss5x5_32f_C3R(s, ss, d, ds, r, b);
-  }
-}
+using Fn = OmbResult (*)(const T*, int, T*, int, OmbRoiSize, Omb8u*);
 
+// The front for a type, direction and channel count.
 template <class T>
-OmbResult CallUp(int C, const T* s, int ss, T* d, int ds, OmbRoiSize r, Omb8u* b) {
+Fn<T> Front(bool down, int C) {
+  const int i = (down ? 2 : 0) + (C == 3);
   if constexpr (std::is_same<T, Omb8u>::value) {
-    return C == 1 ? ombiPyrUp_Gauss5x5_8u_C1R(s, ss, d, ds, r, b) : ombiPyrUp_Gauss5x5_8u_C3R(s, ss, d, ds, r, b);
+    const Fn<T> f[] = {ombiPyrUp_Gauss5x5_8u_C1R, ombiPyrUp_Gauss5x5_8u_C3R, ombiPyrDown_Gauss5x5_8u_C1R,
+                       ombiPyrDown_Gauss5x5_8u_C3R};
+    return f[i];
   } else if constexpr (std::is_same<T, Omb8s>::value) {
-    return C == 1 ? ombiPyrUp_Gauss5x5_8s_C1R(s, ss, d, ds, r, b) : ombiPyrUp_Gauss5x5_8s_C3R(s, ss, d, ds, r, b);
+    const Fn<T> f[] = {ombiPyrUp_Gauss5x5_8s_C1R, ombiPyrUp_Gauss5x5_8s_C3R, ombiPyrDown_Gauss5x5_8s_C1R,
+                       ombiPyrDown_Gauss5x5_8s_C3R};
+    return f[i];
   } else {
-    return C == 1 ? ombiPyrUp_Gauss5x5_32f_C1R(s, ss, d, ds, r, b) : ombiPyrUp_Gauss5x5_32f_C3R(s, ss, d, ds, r, b);
+    const Fn<T> f[] = {ombiPyrUp_Gauss5x5_32f_C1R, ombiPyrUp_Gauss5x5_32f_C3R, ombiPyrDown_Gauss5x5_32f_C1R,
+                       ombiPyrDown_Gauss5x5_32f_C3R};
+    return f[i];
   }
 }
 
@@ -88,9 +84,7 @@ void RunCase(bool down, int C, int w, int h, Rng& rng, const Layout& ls, const L
       for (int x = 0; x < dw; ++x) want.Set(x * C + c, y, m.at(x, y));
   }
   WorkBuffer buf(down, w, TypeCode<T>(), C, shift);
-  const OmbResult st = down ? CallDown<T>(C, src.Roi(), src.Step(), dst.Roi(), dst.Step(), {w, h}, buf.Data())
-                            : CallUp<T>(C, src.Roi(), src.Step(), dst.Roi(), dst.Step(), {w, h}, buf.Data());
-  ASSERT_EQ(st, ombResultOk);
+  ASSERT_EQ(Front<T>(down, C)(src.Roi(), src.Step(), dst.Roi(), dst.Step(), {w, h}, buf.Data()), ombResultOk);
   if constexpr (std::is_same<T, float>::value) {
     for (int y = 0; y < dh; ++y)
       for (int x = 0; x < C * dw; ++x)
@@ -104,56 +98,58 @@ void RunCase(bool down, int C, int w, int h, Rng& rng, const Layout& ls, const L
 const int kSample[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 13, 16, 17, 24, 31, 32, 33, 39, 40};
 
 template <class T>
-void SmallSizes(bool down) {
-  Rng rng(down ? 11 : 12);
+class PyrFixedModel : public ::testing::Test {};
+using PyrTypes = ::testing::Types<Omb8u, Omb8s, Omb32f>;
+TYPED_TEST_SUITE(PyrFixedModel, PyrTypes);
+
+// Every size from 1 to 40 in one dimension against a sample of the other,
+// both directions, C1 and C3, on every SIMD target.
+TYPED_TEST(PyrFixedModel, SmallSizes) {
+  Rng rng(11);
   ForEachSimdTarget([&] {
-    for (int C : {1, 3}) {
-      for (int a = 1; a <= 40; ++a) {
-        for (int b : kSample) {
-          RunCase<T>(down, C, a, b, rng, {}, {}, 0);
-          RunCase<T>(down, C, b, a, rng, {}, {}, 0);
-          if (::testing::Test::HasFatalFailure()) return;
-        }
-      }
-    }
+    for (bool down : {true, false})
+      for (int C : {1, 3})
+        for (int a = 1; a <= 40; ++a)
+          for (int b : kSample) {
+            RunCase<TypeParam>(down, C, a, b, rng, {}, {}, 0);
+            RunCase<TypeParam>(down, C, b, a, rng, {}, {}, 0);
+            if (::testing::Test::HasFatalFailure()) return;
+          }
   });
 }
 
 // Widths that fill the vector paths of every target (up to 64 lanes of
 // 16 bits need rows past 130 samples) with odd tails, in padded and offset
-// layouts and at every buffer alignment.
-template <class T>
-void WideRows(bool down) {
-  Rng rng(down ? 21 : 22);
+// layouts and at every buffer alignment; then photograph-sized images
+// (full HD C1, odd VGA C3, VGA for float) on the default target.
+TYPED_TEST(PyrFixedModel, WideRowsAndLargeImages) {
+  using T = TypeParam;
+  const int e = int(sizeof(T));
+  Rng rng(21);
   ForEachSimdTarget([&] {
-    for (int C : {1, 3}) {
-      int k = 0;
-      for (int w : {41, 63, 64, 65, 66, 67, 68, 69, 70, 71, 72, 73, 97, 129, 130, 131, 132, 133, 134, 135,
-                    136, 137, 138, 139, 140, 141, 255, 256, 257, 258, 259, 260, 261, 262, 263, 264, 521, 1922}) {
-        for (int h : {1, 2, 3, 6, 7}) {
-          const int e = int(sizeof(T));
-          const Layout ls{(k % 5) * 3 * e, k % 3, 1, 2, (k % 7) * e};
-          const Layout ld{(k % 4) * 5 * e, (k + 1) % 3, 2, 1, ((k * 3) % 8) * e};
-          RunCase<T>(down, C, w, h, rng, ls, ld, k % 16);
-          ++k;
-          if (::testing::Test::HasFatalFailure()) return;
+    for (bool down : {true, false})
+      for (int C : {1, 3}) {
+        int k = 0;
+        for (int w : {41, 63, 64, 65, 66, 67, 68, 69, 70, 71, 72, 73, 97, 129, 130, 131, 132, 133, 134, 135,
+                      136, 137, 138, 139, 140, 141, 255, 256, 257, 258, 259, 260, 261, 262, 263, 264, 521, 1922}) {
+          for (int h : {1, 2, 3, 6, 7}) {
+            const Layout ls{(k % 5) * 3 * e, k % 3, 1, 2, (k % 7) * e};
+            const Layout ld{(k % 4) * 5 * e, (k + 1) % 3, 2, 1, ((k * 3) % 8) * e};
+            RunCase<T>(down, C, w, h, rng, ls, ld, k % 16);
+            ++k;
+            if (::testing::Test::HasFatalFailure()) return;
+          }
         }
       }
-    }
   });
+  for (bool down : {true, false}) {
+    if (e == 4) {
+      RunCase<T>(down, 1, 640, 480, rng, {}, {}, 0);
+    } else {
+      RunCase<T>(down, 1, 1920, 1080, rng, {}, {}, 0);
+      RunCase<T>(down, 3, 641, 481, rng, {4, 1, 1, 1, 0}, {2, 0, 0, 1, 0}, 4);
+    }
+  }
 }
-
-TEST(PyrDown, SmallSizes8u) { SmallSizes<Omb8u>(true); }
-TEST(PyrDown, SmallSizes8s) { SmallSizes<Omb8s>(true); }
-TEST(PyrDown, SmallSizes32f) { SmallSizes<Omb32f>(true); }
-TEST(PyrDown, WideRows8u) { WideRows<Omb8u>(true); }
-TEST(PyrDown, WideRows8s) { WideRows<Omb8s>(true); }
-TEST(PyrDown, WideRows32f) { WideRows<Omb32f>(true); }
-TEST(PyrUp, SmallSizes8u) { SmallSizes<Omb8u>(false); }
-TEST(PyrUp, SmallSizes8s) { SmallSizes<Omb8s>(false); }
-TEST(PyrUp, SmallSizes32f) { SmallSizes<Omb32f>(false); }
-TEST(PyrUp, WideRows8u) { WideRows<Omb8u>(false); }
-TEST(PyrUp, WideRows8s) { WideRows<Omb8s>(false); }
-TEST(PyrUp, WideRows32f) { WideRows<Omb32f>(false); }
 
 }  // namespace
