@@ -8,13 +8,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include "support/test_image.hpp"
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "motion/optflow_model.hpp"
 #include "ombcore.h"
 #include "ombcv.h"
+#include "support/test_image.hpp"
 
 namespace optflow_test {
 
@@ -95,58 +96,29 @@ struct Pyramids {
 
 // The same pyramids in another pixel type (16u: times 257, 32f: as is).
 template <class T>
-Pyramid<T> ConvertOne(const Pyramid<Omb8u>& p) {
-  Pyramid<T> q;
-  EXPECT_EQ(ombiPyramidInitAlloc(&q.rec, p.rec->level, p.rec->sizes[0], 2.0f), ombResultOk);
-  for (const auto& l : p.levels) {
-    Level<T> m(l.w, l.h);
-    for (std::size_t i = 0; i < l.px.size(); ++i) m.px[i] = sizeof(T) == 2 ? T(l.px[i] * 257) : T(l.px[i]);
-    q.levels.push_back(std::move(m));
-  }
-  q.Attach();
-  return q;
-}
-
-template <class T>
 Pyramids<T> Convert(const Pyramids<Omb8u>& p) {
   Pyramids<T> q;
-  q.a = ConvertOne<T>(p.a);
-  q.b = ConvertOne<T>(p.b);
+  for (auto [from, to] : {std::pair{&p.a, &q.a}, std::pair{&p.b, &q.b}}) {
+    EXPECT_EQ(ombiPyramidInitAlloc(&to->rec, from->rec->level, from->rec->sizes[0], 2.0f), ombResultOk);
+    for (const auto& l : from->levels) {
+      Level<T> m(l.w, l.h);
+      for (std::size_t i = 0; i < l.px.size(); ++i) m.px[i] = sizeof(T) == 2 ? T(l.px[i] * 257) : T(l.px[i]);
+      to->levels.push_back(std::move(m));
+    }
+    to->Attach();
+  }
   return q;
 }
 
-// An output array with 16 guard elements of a fixed pattern on each side.
-template <class T>
-struct Guarded {
-  static constexpr int kGuard = 16;
-  std::vector<unsigned char> bytes, initial;
-  int count;
-  explicit Guarded(int n) : bytes((n + 2 * kGuard) * sizeof(T)), count(n) {
-    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(0xA5 ^ (i * 7));
-    initial = bytes;
-  }
-  T* data() { return reinterpret_cast<T*>(bytes.data() + kGuard * sizeof(T)); }
-  T at(int i) const {
-    T v;
-    std::memcpy(&v, bytes.data() + (kGuard + i) * sizeof(T), sizeof(T));
-    return v;
-  }
-  bool GuardsIntact() const {
-    const std::size_t g = kGuard * sizeof(T), end = bytes.size() - g;
-    return std::equal(bytes.begin(), bytes.begin() + g, initial.begin()) &&
-           std::equal(bytes.begin() + end, bytes.end(), initial.begin() + end);
-  }
-  bool Untouched() const { return bytes == initial; }
-};
-
-// Library thread count for a scope.
-struct ThreadScope {
-  int saved = 1;
-  explicit ThreadScope(int n) {
-    ombGetNumThreads(&saved);
-    ombSetNumThreads(n);
-  }
-  ~ThreadScope() { ombSetNumThreads(saved); }
+// The three output arrays of a call, each a one-row test image with guard
+// bytes around it.
+struct Outputs {
+  omb_test::TestImage<Omb32f> next, error;
+  omb_test::TestImage<Omb8s> status;
+  explicit Outputs(int n) : next(2 * n, 1), error(n, 1), status(n, 1) {}
+  OmbPoint32f* Next() const { return reinterpret_cast<OmbPoint32f*>(next.Roi()); }
+  bool GuardsIntact() const { return next.GuardsIntact() && error.GuardsIntact() && status.GuardsIntact(); }
+  bool Unchanged() const { return next.Unchanged() && error.Unchanged() && status.Unchanged(); }
 };
 
 struct Outcome {
@@ -161,11 +133,9 @@ template <class T>
 Outcome Track(const Pyramids<T>& p, const std::vector<OmbPoint32f>& prev, const std::vector<OmbPoint32f>& start,
           int win, int max_level, int max_iter, float thr, OmbRoiSize roi, int threads = 0) {
   const int n = int(prev.size());
-  Guarded<OmbPoint32f> next(n);
-  Guarded<Omb8s> status(n);
-  Guarded<Omb32f> error(n);
-  std::copy(start.begin(), start.end(), next.data());
-  next.initial = next.bytes;
+  Outputs o(n);
+  std::memcpy(o.Next(), start.data(), start.size() * sizeof(OmbPoint32f));
+  o.next.Snapshot();
   OmbResult r = ombResultError;
   auto call = [&](auto* st, auto init, auto fn, auto fr) {
     EXPECT_EQ(init(&st, roi, win, 0), ombResultOk);
@@ -173,7 +143,7 @@ Outcome Track(const Pyramids<T>& p, const std::vector<OmbPoint32f>& prev, const 
       int saved = 0;
       ombGetNumThreads(&saved);
       if (threads > 0) ombSetNumThreads(threads);
-      r = fn(p.a.rec, p.b.rec, prev.data(), next.data(), status.data(), error.data(), n, win, max_level,
+      r = fn(p.a.rec, p.b.rec, prev.data(), o.Next(), o.status.Roi(), o.error.Roi(), n, win, max_level,
              max_iter, thr, st);
       ombSetNumThreads(saved);
     }
@@ -189,12 +159,12 @@ Outcome Track(const Pyramids<T>& p, const std::vector<OmbPoint32f>& prev, const 
     call(static_cast<OmbOptFlowPyrLKState_32f_C1R*>(nullptr), ombiOpticalFlowPyrLKInitAlloc_32f_C1R,
          ombiOpticalFlowPyrLK_32f_C1R, ombiOpticalFlowPyrLKFree_32f_C1R);
   EXPECT_EQ(r, ombResultOk);
-  EXPECT_TRUE(next.GuardsIntact() && status.GuardsIntact() && error.GuardsIntact());
+  EXPECT_TRUE(o.GuardsIntact());
   Outcome out;
   for (int i = 0; i < n; ++i) {
-    out.next.push_back(next.at(i));
-    out.status.push_back(status.at(i));
-    out.error.push_back(error.at(i));
+    out.next.push_back({o.next.Get(2 * i, 0), o.next.Get(2 * i + 1, 0)});
+    out.status.push_back(o.status.Get(i, 0));
+    out.error.push_back(o.error.Get(i, 0));
   }
   return out;
 }
