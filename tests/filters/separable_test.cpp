@@ -1,23 +1,86 @@
-// Row and column pipeline passes: bitwise agreement with the plain models
-// on every SIMD target (odd widths, every vector tail, rows narrower than
-// the kernel, all borders and anchors, padded steps, ROIs inside larger
+// Row and column pipeline passes: bitwise agreement with plain models on
+// every SIMD target (odd widths, every vector tail, rows narrower than the
+// kernel, all borders and anchors, padded steps, ROIs inside larger
 // images, guards around every output), identical results and an untouched
-// work-buffer tail at every thread count, and the argument-check order.
+// work buffer at every thread count, the argument-check order and the
+// buffer-size formula of every pass; the Sobel kernel generator; and the
+// behaviours that single calls show. The models: the border rule by
+// repeated reflection, and each output element as the taps applied in
+// storage order in the arithmetic of its variant.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
-#include "filters/separable_model.hpp"
 #include "ombcv.h"
 #include "support/arg_check.hpp"
 
 namespace omb_test {
 namespace {
+
+enum class Arith { kFloat, kLowRow, kLowColumn, kDouble };
+
+// Index of the pixel that position i of a row of n pixels reads, or -1 for
+// the constant border.
+inline int ModelBorder(int i, int n, int border) {
+  while (i < 0 || i >= n) {
+    switch (border) {
+      case ombBorderConstant: return -1;
+      case ombBorderReplicate: i = i < 0 ? 0 : n - 1; break;
+      case ombBorderWrap: i = i < 0 ? i + n : i - n; break;
+      case ombBorderMirror:
+        if (n == 1) i = 0;
+        else i = i < 0 ? -i : 2 * (n - 1) - i;
+        break;
+      default: i = i < 0 ? -1 - i : 2 * n - 1 - i; break;  // mirror with edge
+    }
+  }
+  return i;
+}
+
+// One output element from the K values under the taps.
+template <class TD, class TK, class TS>
+TD ModelSum(Arith arith, const TK* k, int ksize, const TS* v, int divisor) {
+  if (arith == Arith::kDouble) {
+    double s = 0;
+    for (int j = 0; j < ksize; ++j) {
+      const double p = static_cast<double>(k[j]) * static_cast<double>(v[j]);
+      s = j == 0 ? p : s + p;
+    }
+    return static_cast<TD>(s);  // the tests keep sums within the float range
+  }
+  if (arith == Arith::kFloat) {
+    float s = 0;
+    for (int j = 0; j < ksize; ++j) {
+      const float p = static_cast<float>(k[j]) * static_cast<float>(v[j]);
+      s = j == 0 ? p : s + p;
+    }
+    float r = s * (1.0f / static_cast<float>(divisor));
+    const float lo = std::numeric_limits<TD>::min(), hi = std::numeric_limits<TD>::max();
+    r = r < lo ? lo : (r > hi ? hi : r);
+    return static_cast<TD>(std::trunc(r));
+  }
+  if constexpr (std::is_floating_point_v<TS>) return TD(0);  // float kinds end above
+  std::int64_t s = 0;
+  for (int j = 0; j < ksize; ++j) s += static_cast<std::int64_t>(k[j]) * static_cast<std::int64_t>(v[j]);
+  const std::int64_t s32 = static_cast<std::int32_t>(static_cast<std::uint32_t>(s & 0xffffffff));
+  std::int64_t r;
+  if (arith == Arith::kLowRow) {
+    const std::int64_t m = static_cast<std::int16_t>(std::trunc(16384.0 / divisor));
+    r = static_cast<std::int64_t>(static_cast<std::uint32_t>((s32 * m) & 0xffffffff)) >> 14;
+  } else {
+    r = static_cast<std::int64_t>(std::trunc(
+        static_cast<float>(s32) * (1.0f / static_cast<float>(divisor))));
+  }
+  return static_cast<TD>(static_cast<std::uint16_t>(r & 0xffff));
+}
 
 // One call: ROI, kernel size, anchor (row pass), border, divisor.
 struct Case {
@@ -30,6 +93,7 @@ struct PassFront {
   int channels;
   ArgFront arg;
   std::function<OmbResult(OmbRoiSize, int, int*)> buffer_size;
+  int size_a, size_b;  // per-thread part of the buffer size: size_a * K + size_b
   // Random source and kernel for `c`, run on a guarded destination with a
   // guarded buffer of exactly the reported size; expects the model when
   // asked to. Returns the destination pixels.
@@ -76,10 +140,10 @@ std::vector<Omb8u> Pixels(const TestImage<T>& img) {
 
 template <class TS, class TD, class TK, int channels, class Fn>
 PassFront MakeRow(const char* name, Arith arith, Fn fn,
-                  OmbResult (*size_fn)(OmbRoiSize, int, int*)) {
+                  OmbResult (*size_fn)(OmbRoiSize, int, int*), int size_a, int size_b) {
   constexpr bool kDiv = !std::is_same_v<TK, float>;
   constexpr bool kAligned = sizeof(TS) > 1;
-  PassFront f{name, true, channels, {}, size_fn, {}};
+  PassFront f{name, true, channels, {}, size_fn, size_a, size_b, {}};
   // Calls the front with a source image, row pointers into a destination
   // image, a kernel and the border values; C1 passes the first value.
   auto call = [fn](const TS* src, int step, TD** dst, OmbRoiSize roi, const TK* k,
@@ -158,9 +222,9 @@ PassFront MakeRow(const char* name, Arith arith, Fn fn,
 
 template <class TS, class TD, class TK, class Fn>
 PassFront MakeColumn(const char* name, int channels, Arith arith, Fn fn,
-                     OmbResult (*size_fn)(OmbRoiSize, int, int*)) {
+                     OmbResult (*size_fn)(OmbRoiSize, int, int*), int size_a, int size_b) {
   constexpr bool kDiv = !std::is_same_v<TK, float>;
-  PassFront f{name, false, channels, {}, size_fn, {}};
+  PassFront f{name, false, channels, {}, size_fn, size_a, size_b, {}};
   auto call = [fn](const TS** src, TD* dst, int step, OmbRoiSize roi, const TK* k, int ks,
                    int div, Omb8u* buf) {
     if constexpr (kDiv) {
@@ -234,24 +298,24 @@ using F = Omb32f;
 
 const std::vector<PassFront>& Fronts() {
   static const std::vector<PassFront> fronts = {
-      MakeRow<U, S, S, 1>("ombiFilterRowBorderPipeline_8u16s_C1R", Arith::kFloat, ombiFilterRowBorderPipeline_8u16s_C1R, ombiFilterRowBorderPipelineGetBufferSize_8u16s_C1R),
-      MakeRow<U, S, S, 3>("ombiFilterRowBorderPipeline_8u16s_C3R", Arith::kFloat, ombiFilterRowBorderPipeline_8u16s_C3R, ombiFilterRowBorderPipelineGetBufferSize_8u16s_C3R),
-      MakeRow<S, S, S, 1>("ombiFilterRowBorderPipeline_16s_C1R", Arith::kFloat, ombiFilterRowBorderPipeline_16s_C1R, ombiFilterRowBorderPipelineGetBufferSize_16s_C1R),
-      MakeRow<S, S, S, 3>("ombiFilterRowBorderPipeline_16s_C3R", Arith::kFloat, ombiFilterRowBorderPipeline_16s_C3R, ombiFilterRowBorderPipelineGetBufferSize_16s_C3R),
-      MakeRow<S, S, S, 1>("ombiFilterRowBorderPipeline_Low_16s_C1R", Arith::kLowRow, ombiFilterRowBorderPipeline_Low_16s_C1R, ombiFilterRowBorderPipelineGetBufferSize_Low_16s_C1R),
-      MakeRow<S, S, S, 3>("ombiFilterRowBorderPipeline_Low_16s_C3R", Arith::kLowRow, ombiFilterRowBorderPipeline_Low_16s_C3R, ombiFilterRowBorderPipelineGetBufferSize_Low_16s_C3R),
-      MakeRow<F, F, F, 1>("ombiFilterRowBorderPipeline_32f_C1R", Arith::kDouble, ombiFilterRowBorderPipeline_32f_C1R, ombiFilterRowBorderPipelineGetBufferSize_32f_C1R),
-      MakeRow<F, F, F, 3>("ombiFilterRowBorderPipeline_32f_C3R", Arith::kDouble, ombiFilterRowBorderPipeline_32f_C3R, ombiFilterRowBorderPipelineGetBufferSize_32f_C3R),
-      MakeColumn<S, S, S>("ombiFilterColumnPipeline_16s_C1R", 1, Arith::kFloat, ombiFilterColumnPipeline_16s_C1R, ombiFilterColumnPipelineGetBufferSize_16s_C1R),
-      MakeColumn<S, S, S>("ombiFilterColumnPipeline_16s_C3R", 3, Arith::kFloat, ombiFilterColumnPipeline_16s_C3R, ombiFilterColumnPipelineGetBufferSize_16s_C3R),
-      MakeColumn<S, S, S>("ombiFilterColumnPipeline_Low_16s_C1R", 1, Arith::kLowColumn, ombiFilterColumnPipeline_Low_16s_C1R, ombiFilterColumnPipelineGetBufferSize_Low_16s_C1R),
-      MakeColumn<S, S, S>("ombiFilterColumnPipeline_Low_16s_C3R", 3, Arith::kLowColumn, ombiFilterColumnPipeline_Low_16s_C3R, ombiFilterColumnPipelineGetBufferSize_Low_16s_C3R),
-      MakeColumn<S, U, S>("ombiFilterColumnPipeline_16s8u_C1R", 1, Arith::kFloat, ombiFilterColumnPipeline_16s8u_C1R, ombiFilterColumnPipelineGetBufferSize_16s8u_C1R),
-      MakeColumn<S, U, S>("ombiFilterColumnPipeline_16s8u_C3R", 3, Arith::kFloat, ombiFilterColumnPipeline_16s8u_C3R, ombiFilterColumnPipelineGetBufferSize_16s8u_C3R),
-      MakeColumn<S, Omb8s, S>("ombiFilterColumnPipeline_16s8s_C1R", 1, Arith::kFloat, ombiFilterColumnPipeline_16s8s_C1R, ombiFilterColumnPipelineGetBufferSize_16s8s_C1R),
-      MakeColumn<S, Omb8s, S>("ombiFilterColumnPipeline_16s8s_C3R", 3, Arith::kFloat, ombiFilterColumnPipeline_16s8s_C3R, ombiFilterColumnPipelineGetBufferSize_16s8s_C3R),
-      MakeColumn<F, F, F>("ombiFilterColumnPipeline_32f_C1R", 1, Arith::kDouble, ombiFilterColumnPipeline_32f_C1R, ombiFilterColumnPipelineGetBufferSize_32f_C1R),
-      MakeColumn<F, F, F>("ombiFilterColumnPipeline_32f_C3R", 3, Arith::kDouble, ombiFilterColumnPipeline_32f_C3R, ombiFilterColumnPipelineGetBufferSize_32f_C3R),
+      MakeRow<U, S, S, 1>("ombiFilterRowBorderPipeline_8u16s_C1R", Arith::kFloat, ombiFilterRowBorderPipeline_8u16s_C1R, ombiFilterRowBorderPipelineGetBufferSize_8u16s_C1R, 4, 32),
+      MakeRow<U, S, S, 3>("ombiFilterRowBorderPipeline_8u16s_C3R", Arith::kFloat, ombiFilterRowBorderPipeline_8u16s_C3R, ombiFilterRowBorderPipelineGetBufferSize_8u16s_C3R, 12, 32),
+      MakeRow<S, S, S, 1>("ombiFilterRowBorderPipeline_16s_C1R", Arith::kFloat, ombiFilterRowBorderPipeline_16s_C1R, ombiFilterRowBorderPipelineGetBufferSize_16s_C1R, 48, 80),
+      MakeRow<S, S, S, 3>("ombiFilterRowBorderPipeline_16s_C3R", Arith::kFloat, ombiFilterRowBorderPipeline_16s_C3R, ombiFilterRowBorderPipelineGetBufferSize_16s_C3R, 28, 32),
+      MakeRow<S, S, S, 1>("ombiFilterRowBorderPipeline_Low_16s_C1R", Arith::kLowRow, ombiFilterRowBorderPipeline_Low_16s_C1R, ombiFilterRowBorderPipelineGetBufferSize_Low_16s_C1R, 24, 64),
+      MakeRow<S, S, S, 3>("ombiFilterRowBorderPipeline_Low_16s_C3R", Arith::kLowRow, ombiFilterRowBorderPipeline_Low_16s_C3R, ombiFilterRowBorderPipelineGetBufferSize_Low_16s_C3R, 208, 64),
+      MakeRow<F, F, F, 1>("ombiFilterRowBorderPipeline_32f_C1R", Arith::kDouble, ombiFilterRowBorderPipeline_32f_C1R, ombiFilterRowBorderPipelineGetBufferSize_32f_C1R, 16, 32),
+      MakeRow<F, F, F, 3>("ombiFilterRowBorderPipeline_32f_C3R", Arith::kDouble, ombiFilterRowBorderPipeline_32f_C3R, ombiFilterRowBorderPipelineGetBufferSize_32f_C3R, 192, 32),
+      MakeColumn<S, S, S>("ombiFilterColumnPipeline_16s_C1R", 1, Arith::kFloat, ombiFilterColumnPipeline_16s_C1R, ombiFilterColumnPipelineGetBufferSize_16s_C1R, 4, 32),
+      MakeColumn<S, S, S>("ombiFilterColumnPipeline_16s_C3R", 3, Arith::kFloat, ombiFilterColumnPipeline_16s_C3R, ombiFilterColumnPipelineGetBufferSize_16s_C3R, 4, 32),
+      MakeColumn<S, S, S>("ombiFilterColumnPipeline_Low_16s_C1R", 1, Arith::kLowColumn, ombiFilterColumnPipeline_Low_16s_C1R, ombiFilterColumnPipelineGetBufferSize_Low_16s_C1R, 0, 32),
+      MakeColumn<S, S, S>("ombiFilterColumnPipeline_Low_16s_C3R", 3, Arith::kLowColumn, ombiFilterColumnPipeline_Low_16s_C3R, ombiFilterColumnPipelineGetBufferSize_Low_16s_C3R, 0, 32),
+      MakeColumn<S, U, S>("ombiFilterColumnPipeline_16s8u_C1R", 1, Arith::kFloat, ombiFilterColumnPipeline_16s8u_C1R, ombiFilterColumnPipelineGetBufferSize_16s8u_C1R, 4, 32),
+      MakeColumn<S, U, S>("ombiFilterColumnPipeline_16s8u_C3R", 3, Arith::kFloat, ombiFilterColumnPipeline_16s8u_C3R, ombiFilterColumnPipelineGetBufferSize_16s8u_C3R, 4, 32),
+      MakeColumn<S, Omb8s, S>("ombiFilterColumnPipeline_16s8s_C1R", 1, Arith::kFloat, ombiFilterColumnPipeline_16s8s_C1R, ombiFilterColumnPipelineGetBufferSize_16s8s_C1R, 4, 32),
+      MakeColumn<S, Omb8s, S>("ombiFilterColumnPipeline_16s8s_C3R", 3, Arith::kFloat, ombiFilterColumnPipeline_16s8s_C3R, ombiFilterColumnPipelineGetBufferSize_16s8s_C3R, 4, 32),
+      MakeColumn<F, F, F>("ombiFilterColumnPipeline_32f_C1R", 1, Arith::kDouble, ombiFilterColumnPipeline_32f_C1R, ombiFilterColumnPipelineGetBufferSize_32f_C1R, 0, 0),
+      MakeColumn<F, F, F>("ombiFilterColumnPipeline_32f_C3R", 3, Arith::kDouble, ombiFilterColumnPipeline_32f_C3R, ombiFilterColumnPipelineGetBufferSize_32f_C3R, 0, 0),
   };
   return fronts;
 }
@@ -301,6 +365,120 @@ TEST_P(Pass, SameAtEveryThreadCount) {
     if (n == kThreadCounts[0]) first = got;
     EXPECT_TRUE(got == first);
   });
+}
+
+// With a library thread count above the machine's, T is that count.
+TEST_P(Pass, BufferSizeFormulaAndChecks) {
+  const PassFront& c = front();
+  int saved = 1;
+  ombGetNumThreads(&saved);
+  for (int t : {17, 40}) {
+    ombSetNumThreads(t);
+    for (int k : {1, 3, 8}) {
+      int size = -1;
+      ASSERT_EQ(c.buffer_size({5, 100}, k, &size), ombResultOk);
+      EXPECT_EQ(size, t * 32 + (100 + k) * t * 4 + t * (c.size_a * k + c.size_b));
+    }
+    int size = 7;
+    EXPECT_EQ(c.buffer_size({5, 100}, 3, nullptr), ombResultNullPointer);
+    EXPECT_EQ(c.buffer_size({0, 0}, 0, nullptr), ombResultNullPointer);
+    EXPECT_EQ(c.buffer_size({0, 100}, 3, &size), ombResultBadSize);
+    EXPECT_EQ(c.buffer_size({5, 0}, 3, &size), ombResultBadSize);
+    EXPECT_EQ(c.buffer_size({5, 100}, 0, &size), ombResultBadSize);
+    EXPECT_EQ(c.buffer_size({5, INT_MAX}, 3, &size), ombResultBadSize);  // beyond 32 bits
+    EXPECT_EQ(size, 7);
+  }
+  ombSetNumThreads(saved);
+}
+
+// Binomial smoothing convolved with `order` differences [-1, 1], modulo
+// 2^16 for the 16-bit form.
+std::vector<std::int64_t> SobelModel(int n, int order) {
+  std::vector<std::int64_t> k{1};
+  for (int i = 0; i < n - 1; ++i) {
+    const std::int64_t d = i < n - 1 - order ? 1 : -1;
+    std::vector<std::int64_t> next(k.size() + 1, 0);
+    for (std::size_t j = 0; j < k.size(); ++j) {
+      next[j] += d * k[j];
+      next[j + 1] += k[j];
+    }
+    k = next;
+  }
+  return k;
+}
+
+TEST(SeparableSobelKernel, MatchesBinomialModel) {
+  for (int n = 1; n <= 33; n += 2) {
+    for (int order = 0; order < n; ++order) {
+      for (int sign : {1, 0, -1}) {
+        std::vector<Omb16s> k16(n + 1, 99);
+        std::vector<Omb32f> k32(n + 1, 99);
+        ASSERT_EQ(ombiGenSobelKernel_16s(k16.data(), n, order, sign), ombResultOk);
+        ASSERT_EQ(ombiGenSobelKernel_32f(k32.data(), n, order, sign), ombResultOk);
+        const std::vector<std::int64_t> want = SobelModel(n, order);
+        for (int j = 0; j < n; ++j) {
+          const std::int64_t v = sign < 0 ? -want[j] : want[j];
+          EXPECT_EQ(k16[j], static_cast<Omb16s>(static_cast<std::uint16_t>(v & 0xffff)))
+              << n << " " << order << " " << j;
+          if (n <= 25) {
+            EXPECT_EQ(k32[j], static_cast<float>(v)) << n << " " << order;
+          }
+        }
+        EXPECT_EQ(k16[n], 99);
+        EXPECT_EQ(k32[n], 99.0f);
+      }
+    }
+  }
+  Omb16s k[3] = {};
+  EXPECT_EQ(ombiGenSobelKernel_16s(k, 3, 1, 1), ombResultOk);
+  EXPECT_EQ(k[0], -1);
+  EXPECT_EQ(k[2], 1);
+  Omb32f f[2];
+  EXPECT_EQ(ombiGenSobelKernel_32f(nullptr, 0, -1, 1), ombResultNullPointer);
+  for (auto [n, order] : {std::pair{0, 0}, {2, 0}, {3, 3}, {3, -1}, {-1, 0}}) {
+    EXPECT_EQ(ombiGenSobelKernel_32f(f, n, order, 1), ombResultBadSize);
+    EXPECT_EQ(ombiGenSobelKernel_16s(k, n, order, 1), ombResultBadSize);
+  }
+}
+
+// Single calls: rows before the first null destination pointer are written
+// (the float form then reports it); a missing C3 border array is refused
+// for the constant border only; `_Low` sums wrap (40000 / 1 gives
+// 40000 - 65536), and the column form's scaled sum may be exactly 2^31 (a
+// sum just below it rounds up in float), whose low 16 bits are 0.
+TEST(SeparablePass, SingleCallBehaviours) {
+  std::vector<Omb8u> buf(1 << 16);
+  std::vector<Omb16s> src(20, 100), dst(20, 7);
+  std::vector<Omb32f> srcf(20, 100), dstf(20, 7);
+  Omb16s* rows[4] = {&dst[0], &dst[5], nullptr, &dst[15]};
+  Omb32f* rowsf[4] = {&dstf[0], &dstf[5], nullptr, &dstf[15]};
+  const Omb16s k[3] = {1, 1, 1};
+  const Omb32f kf[3] = {1, 1, 1};
+  EXPECT_EQ(ombiFilterRowBorderPipeline_16s_C1R(src.data(), 10, rows, {5, 4}, k, 3, 1, ombBorderReplicate, 0, 1, buf.data()), ombResultOk);
+  EXPECT_EQ(ombiFilterRowBorderPipeline_32f_C1R(srcf.data(), 20, rowsf, {5, 4}, kf, 3, 1, ombBorderReplicate, 0, buf.data()), ombResultNullPointer);
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_EQ(dst[i], i < 10 ? 300 : 7) << i;
+    EXPECT_EQ(dstf[i], i < 10 ? 300.0f : 7.0f) << i;
+  }
+  const Omb8u bytes[12] = {10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10};
+  EXPECT_EQ(ombiFilterRowBorderPipeline_8u16s_C3R(bytes, 12, rows, {4, 1}, k, 3, 1, ombBorderConstant, nullptr, 1, buf.data()), ombResultNullPointer);
+  EXPECT_EQ(dst[0], 300);
+  EXPECT_EQ(ombiFilterRowBorderPipeline_8u16s_C3R(bytes, 12, rows, {4, 1}, k, 3, 1, ombBorderConstant, nullptr, 0, buf.data()), ombResultBadArgument);
+  EXPECT_EQ(ombiFilterRowBorderPipeline_8u16s_C3R(bytes, 12, rows, {4, 1}, k, 3, 1, ombBorderWrap, nullptr, 1, buf.data()), ombResultOk);
+  EXPECT_EQ(dst[0], 30);
+
+  std::vector<Omb16s> half(16, 20000), big(16, 32767);
+  const Omb16s k2[2] = {1, 1};
+  ASSERT_EQ(ombiFilterRowBorderPipeline_Low_16s_C1R(half.data(), 32, rows, {16, 1}, k2, 2, 0, ombBorderReplicate, 0, 1, buf.data()), ombResultOk);
+  EXPECT_EQ(rows[0][3], 40000 - 65536);
+  const Omb16s* crows[3] = {big.data(), big.data(), big.data()};
+  const Omb16s k3[3] = {32767, 32767, 4};  // sum 2^31 - 2
+  for (int divisor : {1, -1}) {
+    ASSERT_EQ(ombiFilterColumnPipeline_Low_16s_C1R(crows, half.data(), 32, {16, 1}, k3, 3, divisor, buf.data()), ombResultOk);
+    for (int x = 0; x < 16; ++x) EXPECT_EQ(half[x], 0) << x;
+  }
+  ASSERT_EQ(ombiFilterColumnPipeline_16s_C1R(crows, half.data(), 32, {16, 1}, k3, 3, 1, buf.data()), ombResultOk);
+  EXPECT_EQ(half[15], 32767);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Pass, ::testing::Range<std::size_t>(0, 18),
