@@ -102,8 +102,6 @@ struct Shape {
 };
 
 struct IntFront {
-  std::string name;
-  bool tilted;
   ArgFront arg;
   // Runs the front on a random image of `shape` (or a constant one) and
   // expects the model's tables, guards included.
@@ -114,7 +112,7 @@ template <class TS, class TQ, class Call>
 IntFront MakeIntegral(const char* name, bool tilted, Call call) {
   constexpr bool kSq = !std::is_same_v<TQ, NoSq>;
   const int extra = tilted ? 2 : 1;
-  IntFront f{name, tilted, {}, {}};
+  IntFront f;
   f.arg.name = name;
   f.arg.images.push_back({Elem::k8u, false, false});
   f.arg.images.push_back({ElemOf<TS>(), true, true, false, 1, extra, extra});
@@ -212,14 +210,12 @@ TEST_P(Integral, WideAndSaturatedImages) {
 
 INSTANTIATE_TEST_SUITE_P(All, Integral, ::testing::Range<std::size_t>(0, IntegralFronts().size()),
                          [](const ::testing::TestParamInfo<std::size_t>& info) {
-                           return IntegralFronts()[info.param].name;
+                           return IntegralFronts()[info.param].arg.name;
                          });
 
 // ---- rectangle deviation --------------------------------------------------
 
 struct StdFront {
-  std::string name;
-  bool tilted;
   ArgFront arg;
   // Image w0 x h0 (random, or `constant` when >= 0), rectangle, scale.
   std::function<void(int w0, int h0, OmbRect r, int sf, int constant)> run;
@@ -273,7 +269,7 @@ TD StdDevModel(bool tilted, const std::vector<TS>& s, const std::vector<TQ>& q, 
 
 template <bool kTilted, class TS, class TQ, class TD, class Fn>
 StdFront MakeStdDev(const char* name, Fn fn) {
-  StdFront f{name, kTilted, {}, {}};
+  StdFront f;
   const OmbRect def = kTilted ? OmbRect{2, 1, 2, 1} : OmbRect{1, 1, 2, 2};
   const int cols = static_cast<int>(ExtraCols(kTilted, def));
   const int rows = kTilted ? 6 : 3;
@@ -401,7 +397,7 @@ TEST(RectStdDevPlain, MatchesDirectDeviation) {
 
 INSTANTIATE_TEST_SUITE_P(All, RectStdDev, ::testing::Range<std::size_t>(0, StdDevFronts().size()),
                          [](const ::testing::TestParamInfo<std::size_t>& info) {
-                           return StdDevFronts()[info.param].name;
+                           return StdDevFronts()[info.param].arg.name;
                          });
 
 }  // namespace
