@@ -37,25 +37,20 @@ int ModelGuess(int n, float r) {
   return std::max(1, Sat(Trunc(static_cast<float>(q))));
 }
 
+// The search for the reduced size: from the rounded quotient, one step at a
+// time (height, then width, both in every round) until the source lies in
+// the expansion range of the result.
 OmbRoiSize ModelDown(OmbRoiSize s, float r) {
   int w = ModelGuess(s.width, r), h = ModelGuess(s.height, r);
+  auto step = [r](int& d, int n) {
+    const int before = d;
+    if (n < ModelUpMin(d, r)) --d;
+    else if (n > ModelUpMax(d, r)) ++d;
+    return d != before;
+  };
   for (;;) {
-    bool changed = false;
-    if (s.height < ModelUpMin(h, r)) {
-      --h;
-      changed = true;
-    } else if (s.height > ModelUpMax(h, r)) {
-      ++h;
-      changed = true;
-    }
-    if (s.width < ModelUpMin(w, r)) {
-      --w;
-      changed = true;
-    } else if (s.width > ModelUpMax(w, r)) {
-      ++w;
-      changed = true;
-    }
-    if (!changed) break;
+    const bool dh = step(h, s.height), dw = step(w, s.width);
+    if (!dh && !dw) break;
   }
   return {w, h};
 }
