@@ -45,22 +45,25 @@ T FromSum(std::int64_t sum, int shift) {
   return static_cast<T>(q);
 }
 
+// A finished sum: floats scaled by 2^-shift, integers rounded half up by
+// an arithmetic shift.
+template <class T, class A>
+T Finish(A sum, int shift) {
+  if constexpr (std::is_same<T, float>::value) {
+    return sum * (shift == 8 ? 0.00390625f : 0.015625f);
+  } else {
+    return FromSum<T>(sum, shift);
+  }
+}
+
+// Integer sums are exact in any order, so both kinds use the float order.
 // One 1-D reduction tap set at output index x of a sequence of n values.
 template <class A, class Get>
 A Reduce1(int n, int x, const Get& g) {
-  if constexpr (std::is_same<A, float>::value) {
-    if (n == 1) return (g(0) + g(0)) * 8.0f;
-    if (n == 2) return (g(0) + g(1)) * 8.0f;
-    const int c = 2 * x;
-    return ((g(Mirror(c - 2, n)) + g(Mirror(c + 2, n))) + (g(Mirror(c - 1, n)) + g(Mirror(c + 1, n))) * 4.0f) +
-           g(c) * 6.0f;
-  } else {
-    if (n == 1) return 16 * g(0);
-    if (n == 2) return 8 * (g(0) + g(1));
-    const int c = 2 * x;
-    return g(Mirror(c - 2, n)) + 4 * g(Mirror(c - 1, n)) + 6 * g(c) + 4 * g(Mirror(c + 1, n)) +
-           g(Mirror(c + 2, n));
-  }
+  if (n <= 2) return (g(0) + g(n - 1)) * A(8);
+  const int c = 2 * x;
+  return ((g(Mirror(c - 2, n)) + g(Mirror(c + 2, n))) + (g(Mirror(c - 1, n)) + g(Mirror(c + 1, n))) * A(4)) +
+         g(c) * A(6);
 }
 
 template <class T>
@@ -71,26 +74,8 @@ Img<T> Down(const Img<T>& s) {
   for (int y = 0; y < s.h; ++y)
     for (int x = 0; x < dw; ++x) hr.at(x, y) = Reduce1<A>(s.w, x, [&](int i) { return A(s.at(i, y)); });
   Img<T> d(dw, dh);
-  for (int x = 0; x < dw; ++x) {
-    for (int y = 0; y < dh; ++y) {
-      if (s.h <= 2) {
-        const A h0 = hr.at(x, 0), h1 = hr.at(x, s.h - 1);
-        if constexpr (std::is_same<T, float>::value) {
-          d.at(x, y) = ((h0 + h1) * 8.0f) * 0.00390625f;
-        } else {
-          d.at(x, y) = FromSum<T>((h0 + h1) * 8, 8);
-        }
-        continue;
-      }
-      const int c = 2 * y, n = s.h;
-      auto g = [&](int i) { return hr.at(x, Mirror(i, n)); };
-      if constexpr (std::is_same<T, float>::value) {
-        d.at(x, y) = (((g(c - 2) + g(c + 2)) + (g(c - 1) + g(c + 1)) * 4.0f) + g(c) * 6.0f) * 0.00390625f;
-      } else {
-        d.at(x, y) = FromSum<T>(g(c - 2) + 4 * g(c - 1) + 6 * g(c) + 4 * g(c + 1) + g(c + 2), 8);
-      }
-    }
-  }
+  for (int x = 0; x < dw; ++x)
+    for (int y = 0; y < dh; ++y) d.at(x, y) = Finish<T>(Reduce1<A>(s.h, y, [&](int i) { return hr.at(x, i); }), 8);
   return d;
 }
 
@@ -102,13 +87,8 @@ void Expand1(int n, int x, const Get& g, A* even, A* odd) {
     return;
   }
   const A l = g(x == 0 ? 1 : x - 1), c = g(x), r = g(x == n - 1 ? x : x + 1);
-  if constexpr (std::is_same<A, float>::value) {
-    *even = (l + r) + c * 6.0f;
-    *odd = (c + r) * 4.0f;
-  } else {
-    *even = l + 6 * c + r;
-    *odd = 4 * c + 4 * r;
-  }
+  *even = (l + r) + c * A(6);
+  *odd = (c + r) * A(4);
 }
 
 template <class T>
@@ -119,23 +99,13 @@ Img<T> Up(const Img<T>& s) {
     for (int x = 0; x < s.w; ++x)
       Expand1<A>(s.w, x, [&](int i) { return A(s.at(i, y)); }, &hr.at(2 * x, y), &hr.at(2 * x + 1, y));
   Img<T> d(2 * s.w, 2 * s.h);
-  for (int x = 0; x < 2 * s.w; ++x) {
+  for (int x = 0; x < 2 * s.w; ++x)
     for (int y = 0; y < s.h; ++y) {
       A e, o;
-      if (s.h == 1) {
-        e = o = hr.at(x, 0) * A(8);
-      } else {
-        Expand1<A>(s.h, y, [&](int i) { return hr.at(x, i); }, &e, &o);
-      }
-      if constexpr (std::is_same<T, float>::value) {
-        d.at(x, 2 * y) = e * 0.015625f;
-        d.at(x, 2 * y + 1) = o * 0.015625f;
-      } else {
-        d.at(x, 2 * y) = FromSum<T>(e, 6);
-        d.at(x, 2 * y + 1) = FromSum<T>(o, 6);
-      }
+      Expand1<A>(s.h, y, [&](int i) { return hr.at(x, i); }, &e, &o);
+      d.at(x, 2 * y) = Finish<T>(e, 6);
+      d.at(x, 2 * y + 1) = Finish<T>(o, 6);
     }
-  }
   return d;
 }
 
