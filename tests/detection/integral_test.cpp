@@ -181,10 +181,20 @@ const std::vector<IntFront>& IntegralFronts() {
   return fronts;
 }
 
-class Integral : public ::testing::TestWithParam<std::size_t> {
+// A suite over one table of fronts, its cases named after the fronts.
+template <class Front, const std::vector<Front>& (*kTable)()>
+class Suite : public ::testing::TestWithParam<std::size_t> {
+ public:
+  static auto All() { return ::testing::Range<std::size_t>(0, kTable().size()); }
+  static std::string Name(const ::testing::TestParamInfo<std::size_t>& i) {
+    return kTable()[i.param].arg.name;
+  }
+
  protected:
-  const IntFront& front() const { return IntegralFronts()[GetParam()]; }
+  const Front& front() const { return kTable()[GetParam()]; }
 };
+
+using Integral = Suite<IntFront, IntegralFronts>;
 
 TEST_P(Integral, ChecksArgumentsInOrder) { ExpectCheckOrder(front().arg); }
 
@@ -208,10 +218,7 @@ TEST_P(Integral, WideAndSaturatedImages) {
   front().run({300, 300, 0, 1, 1, 0}, 255, -5, 3);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Integral, ::testing::Range<std::size_t>(0, IntegralFronts().size()),
-                         [](const ::testing::TestParamInfo<std::size_t>& info) {
-                           return IntegralFronts()[info.param].arg.name;
-                         });
+INSTANTIATE_TEST_SUITE_P(All, Integral, Integral::All(), Integral::Name);
 
 // ---- rectangle deviation --------------------------------------------------
 
@@ -356,10 +363,7 @@ const std::vector<StdFront>& StdDevFronts() {
   return fronts;
 }
 
-class RectStdDev : public ::testing::TestWithParam<std::size_t> {
- protected:
-  const StdFront& front() const { return StdDevFronts()[GetParam()]; }
-};
+using RectStdDev = Suite<StdFront, StdDevFronts>;
 
 TEST_P(RectStdDev, ChecksArgumentsInOrder) { ExpectCheckOrder(front().arg); }
 
@@ -395,10 +399,7 @@ TEST(RectStdDevPlain, MatchesDirectDeviation) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RectStdDev, ::testing::Range<std::size_t>(0, StdDevFronts().size()),
-                         [](const ::testing::TestParamInfo<std::size_t>& info) {
-                           return StdDevFronts()[info.param].arg.name;
-                         });
+INSTANTIATE_TEST_SUITE_P(All, RectStdDev, RectStdDev::All(), RectStdDev::Name);
 
 }  // namespace
 }  // namespace omb_test
