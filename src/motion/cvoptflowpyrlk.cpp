@@ -65,8 +65,13 @@ SliceLayout Slice(int n, int ws, int gs) {
   return s;
 }
 
-// Block layout: gradient planes x and y, the float copy of a 16u level, the
-// Scharr buffer, then one slice per thread.
+// Block layout: a header holding the Scharr buffer size the block was carved
+// for, gradient planes x and y, the float copy of a 16u level, the Scharr
+// buffer, then one slice per thread. The filters' buffer need follows the
+// thread count, which may change after creation, so the carving is fixed by
+// the size recorded in the header, never by a fresh query.
+constexpr long long kHeader = 64;
+
 struct BlockLayout {
   long long plane_x, plane_y, plane_f, scharr, slices, total;
   SliceLayout slice;
@@ -76,14 +81,20 @@ BlockLayout Layout(int type, int w, int h, int n, int threads, int scharr_bytes)
   BlockLayout b{};
   const int elem = type == kCode8u ? 2 : 4;
   const long long plane = 1LL * (w + 5) * (h + 5);
-  b.plane_x = 0;
-  b.plane_y = Align64(plane * elem);
+  b.plane_x = kHeader;
+  b.plane_y = Align64(b.plane_x + plane * elem);
   b.plane_f = Align64(b.plane_y + plane * elem);
   b.scharr = Align64(b.plane_f + (type == kCode16u ? plane * 4 : 0));
   b.slices = Align64(b.scharr + scharr_bytes);
   b.slice = Slice(n, type == kCode8u ? 2 : 4, type == kCode8u ? 2 : 4);
   b.total = b.slices + b.slice.total * threads;
   return b;
+}
+
+int CarvedScharrBytes(const OptFlowState* st) {
+  int bytes;
+  std::memcpy(&bytes, st->work, sizeof bytes);
+  return bytes;
 }
 
 int ScharrBytes(int type, OmbRoiSize roi) {
@@ -494,7 +505,7 @@ bool LevelGradients(const OptFlowState* st, const BlockLayout& bl, const OmbPyra
   if (need < 0) return false;
   unsigned char* buf = work + bl.scharr;
   void* extra = nullptr;
-  if (need > bl.slices - bl.scharr) {  // thread count raised since creation
+  if (need > CarvedScharrBytes(st)) {  // thread count raised since creation
     extra = ombAlignedAlloc(need);
     if (extra == nullptr) return false;
     buf = static_cast<unsigned char*>(extra);
@@ -540,8 +551,7 @@ OmbResult Track(const OmbPyramidRecord* p1, const OmbPyramidRecord* p2, const Om
   int top = max_level;
   if (top > p1->level) top = p1->level;
   if (top > p2->level) top = p2->level;
-  const int scharr = ScharrBytes(st->type, {st->width + 5, st->height + 5});
-  const BlockLayout bl = Layout(st->type, st->width, st->height, st->win, st->threads, scharr < 0 ? 0 : scharr);
+  const BlockLayout bl = Layout(st->type, st->width, st->height, st->win, st->threads, CarvedScharrBytes(st));
   int threads = 1;
   ombGetNumThreads(&threads);
   if (threads > st->threads) threads = st->threads;
@@ -616,6 +626,7 @@ OmbResult InitAlloc(void** result, OmbRoiSize roi, int win, int hint, int type) 
   }
   st->width = roi.width, st->height = roi.height, st->threads = threads;
   st->type = type, st->hint = hint, st->win = win;
+  std::memcpy(st->work, &scharr, sizeof scharr);
   *result = st;
   return ombResultOk;
 }
