@@ -139,34 +139,20 @@ OMB_API OmbResult ombiPyramidInitAlloc(OmbPyramidRecord** ppPyramid, int level, 
   if (roiSize.width < 1 || roiSize.height < 1) return ombResultBadSize;
   if (!omb::RateOk(rate) || level < 1) return ombResultBadArgument;
 
-  // Temporary size list. Every down step shrinks the larger dimension by at
-  // least one (the up range of n >= 2 starts above n), so the base and the
-  // steps to 1 x 1 fit in max(w, h) entries; only the first level + 1 are
-  // ever kept, so the list stops there (min(max(w, h), level + 1) entries,
-  // which spares a huge list for a wide image and changes no result).
-  const int entries = static_cast<int>(
-      std::min<std::int64_t>(std::max(roiSize.width, roiSize.height), std::int64_t{level} + 1));
-  const std::int64_t list_bytes = std::int64_t{entries} * static_cast<std::int64_t>(sizeof(OmbRoiSize));
-  OmbRoiSize* list = list_bytes <= INT_MAX
-                         ? static_cast<OmbRoiSize*>(omb::ombAlignedAlloc(static_cast<int>(list_bytes)))
-                         : nullptr;
-  if (list == nullptr) return ombResultNoMemory;
-  list[0] = roiSize;
-  int depth = 0;  // down steps taken, up to the requested level
-  while ((list[depth].width != 1 || list[depth].height != 1) && depth + 1 < entries) {
-    omb::PyramidDownRoi(list[depth], rate, &list[depth + 1]);
-    ++depth;
-  }
-  const int top = std::min(level, depth);
+  // The levels go down until 1 x 1 or the requested level, whichever comes
+  // first. A first walk counts them, so the record is sized exactly and the
+  // sizes are written straight into it; no temporary list is needed, which
+  // keeps a wide base with a huge level request from asking for memory it
+  // never uses.
+  int top = 0;
+  for (OmbRoiSize cur = roiSize; top < level && (cur.width != 1 || cur.height != 1); ++top)
+    omb::PyramidDownRoi(cur, rate, &cur);
 
   const omb::RecordLayout lay(top);
   auto* block = lay.total <= INT_MAX
                     ? static_cast<unsigned char*>(omb::ombAlignedAlloc(static_cast<int>(lay.total)))
                     : nullptr;
-  if (block == nullptr) {
-    omb::ombAlignedFree(list);
-    return ombResultNoMemory;
-  }
+  if (block == nullptr) return ombResultNoMemory;
   auto* rec = reinterpret_cast<OmbPyramidRecord*>(block);
   rec->sizes = reinterpret_cast<OmbRoiSize*>(block + lay.sizes);
   rec->images = reinterpret_cast<void**>(block + lay.images);
@@ -176,14 +162,15 @@ OMB_API OmbResult ombiPyramidInitAlloc(OmbPyramidRecord** ppPyramid, int level, 
   rec->level = top;
   const double inv = 1.0 / static_cast<double>(rate);
   double scale = 1.0;
+  OmbRoiSize cur = roiSize;
   for (int i = 0; i <= top; ++i) {
-    rec->sizes[i] = list[i];
+    if (i > 0) omb::PyramidDownRoi(cur, rate, &cur);
+    rec->sizes[i] = cur;
     rec->images[i] = nullptr;
     rec->scales[i] = scale;
     rec->steps[i] = 0;
     scale *= inv;
   }
-  omb::ombAlignedFree(list);
   *ppPyramid = rec;
   return ombResultOk;
 }
