@@ -28,4 +28,20 @@ struct IntegralJob {
 };
 void IntegralImage(const IntegralJob& job);
 
+// One destination row of a rectangle deviation with a double square
+// table and a float result: the four sum-table and square-table corner
+// pointers of column 0 (A, B, C, D upright; P1..P4 tilted), the area of
+// the rectangle and the row length. Returns how many leading columns it
+// wrote, a multiple of the vector width.
+struct StdDevRow {
+  const void* sum[4];  // 32-bit integers or floats, as float_sum says
+  const double* sqr[4];
+  float* out;
+  int width;
+  double area;
+  bool tilted;
+  bool float_sum;
+};
+int StdDevRowSimd(const StdDevRow& row);
+
 }  // namespace omb

@@ -6,14 +6,16 @@
 // The float-result forms divide by the area and form the variance in
 // double, the scaled integer form in float. A variance that is not greater
 // than 0 (rounding below zero, or NaN) counts as 0; the square root is
-// taken in float. The loop is scalar: each pixel reads eight scattered
-// table elements and ends in a division and a square root, so the work is
-// latency- rather than lane-bound at the window sizes the detector uses.
+// taken in float. The forms with a double square table and a float result
+// run the vector kernel of rectstddev_simd.cpp along each row; the loop
+// here is the plain definition, which finishes the rows and serves the
+// other forms.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
+#include "detection/integral.hpp"
 #include "detection/integral_ref.hpp"
 #include "frame/check.hpp"
 #include "frame/image.hpp"
@@ -75,7 +77,12 @@ void RectStdDevRows(const TS* sum, int sumStep, const TQ* sqr, int sqrStep,
                                           row * sqrStep) + dc[k];
     }
     TD* out = RowPtr(dst, dstStep, i);
-    for (int j = 0; j < roi.width; ++j) {
+    int j = 0;
+    if constexpr (std::is_same_v<TQ, double> && std::is_same_v<TD, float>) {
+      j = StdDevRowSimd({{sr[0], sr[1], sr[2], sr[3]}, {qr[0], qr[1], qr[2], qr[3]}, out,
+                         roi.width, area, kTilted, std::is_same_v<TS, float>});
+    }
+    for (; j < roi.width; ++j) {
       TS t;
       TQ u;
       if (kTilted) {  // P4 - P3 + P1 - P2, and Q4 - Q3 - Q2 + Q1
