@@ -31,8 +31,9 @@ int Run(const Args& args) {
   const Command& cmd = DetectCommand();
   std::string error;
   DetectOptions options;
-  if (!args.GetDouble("scale-step", 1.1, 1.01, 4.0, &options.scale_step, &error) ||
-      !args.GetInt("min-neighbors", 2, 1, 1000, &options.min_neighbors, &error) ||
+  if (!args.GetDouble("scale-step", options.scale_step, 1.01, 4.0, &options.scale_step, &error) ||
+      !args.GetInt("min-neighbors", options.min_neighbors, 0, 1000, &options.min_neighbors,
+                   &error) ||
       !args.GetInt("min-size", 0, 0, 100000, &options.min_size, &error))
     return Fail(cmd, error, kExitUsage);
   if (!args.Has("cascade")) return Fail(cmd, "--cascade FILE.xml is required", kExitUsage);
@@ -68,14 +69,19 @@ const Command& DetectCommand() {
       "usage: omb detect --cascade FILE.xml IMAGE OUT [options]\n"
       "\n"
       "Finds objects in IMAGE with a boosted cascade of Haar-like features in\n"
-      "the XML cascade format (stump classifiers, upright and tilted features),\n"
+      "the XML cascade format (upright and tilted features, weak classifiers\n"
+      "that are stumps or deeper trees, the current and the older layout),\n"
       "prints one line per detection and writes OUT, a colour copy of IMAGE\n"
       "with the detections framed in green. Colour pictures are turned grey\n"
       "for detection.\n"
       "\n"
-      "The picture is searched at scales 1, S, S^2, ... as long as it is at\n"
-      "least as large as the cascade window; windows that pass every stage\n"
-      "are grouped, and groups of fewer than N windows are dropped.\n"
+      "The picture is resampled to scales 1, S, S^2, ... as long as it is at\n"
+      "least as large as the cascade window. At each scale the window is\n"
+      "placed every 2 pixels of the resampled picture while the scale is at\n"
+      "most 2, every pixel beyond. Windows whose interior (the window less one\n"
+      "pixel on every side) has a grey-level deviation of 10 or less are not\n"
+      "looked at. Windows that pass every stage are grouped, and groups of N\n"
+      "or fewer windows are dropped.\n"
       "\n"
       "output:\n"
       "  found <n> detection(s) in <t> ms\n"
@@ -84,7 +90,8 @@ const Command& DetectCommand() {
       "options:\n"
       "  --cascade FILE.xml   the cascade (required)\n"
       "  --scale-step S       factor between scales, 1.01 to 4 (default 1.1)\n"
-      "  --min-neighbors N    windows a detection needs, 1 to 1000 (default 2)\n"
+      "  --min-neighbors N    a detection needs more than N windows, 0 to 1000\n"
+      "                       (default 3; 0 keeps every window)\n"
       "  --min-size PX        smallest object side in pixels (default: the\n"
       "                       cascade window)\n"
       "  --verbose            per-stage counts and times, summed over scales\n"

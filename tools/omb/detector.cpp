@@ -8,74 +8,33 @@
 
 #include "cli.hpp"
 #include "ombcv.h"
+#include "resample.hpp"
 
 namespace omb_tool {
 
 // Per-thread work space, grown to the largest scale a thread meets.
 struct Detector::Buffers {
-  std::vector<std::uint8_t> image;  // resampled picture, one spare byte per row
-  std::vector<float> rows;          // horizontal pass of the resampling
-  std::vector<float> acc;
-  std::vector<Omb32s> sum, tilted;
+  std::vector<std::uint8_t> image;  // resampled picture, transposed, one spare byte per row
+  std::vector<float> scratch;       // resampling work space
+  std::vector<Omb32s> sum, tilted;  // tilted: one spare row before the table
   std::vector<Omb64f> sqr;
   std::vector<Omb32f> norm;
   std::vector<Omb8u> mask;
 };
 
-namespace {
-
-// Area-average resampling weights along one axis: output i covers the
-// source interval [i r, (i + 1) r), r = from / to.
-struct Taps {
-  std::vector<int> first, count;
-  std::vector<float> weight;  // count[i] weights per output, in order
+// One scale's tables in the transposed frame.
+struct Detector::Tables {
+  OmbRoiSize size{0, 0};  // the transposed picture
+  OmbRoiSize roi{0, 0};   // window positions
+  const Omb32s* sum = nullptr;
+  int sum_stride = 0;  // elements
+  const Omb32s* tilted = nullptr;  // handed over one row before the table
+  int tilted_stride = 0;
+  const Omb32f* norm = nullptr;  // roi.width per row
+  OmbResult status = ombResultOk;
 };
 
-Taps AreaTaps(int from, int to) {
-  Taps t;
-  const double r = static_cast<double>(from) / to;
-  for (int i = 0; i < to; ++i) {
-    const double a = i * r, b = std::min((i + 1) * r, static_cast<double>(from));
-    const int j0 = static_cast<int>(a);
-    const int j1 = std::min(from, static_cast<int>(std::ceil(b)));
-    t.first.push_back(j0);
-    t.count.push_back(j1 - j0);
-    for (int j = j0; j < j1; ++j) {
-      const double cover = std::min<double>(j + 1, b) - std::max<double>(j, a);
-      t.weight.push_back(static_cast<float>(cover / (b - a)));
-    }
-  }
-  return t;
-}
-
-// grey (w x h) -> out (tw x th, row step tw + 1, spare byte 0).
-void ResizeArea(const Image& grey, int tw, int th, std::vector<float>* rows,
-                std::vector<float>* acc, std::vector<std::uint8_t>* out) {
-  const Taps tx = AreaTaps(grey.width, tw), ty = AreaTaps(grey.height, th);
-  rows->assign(static_cast<std::size_t>(grey.height) * tw, 0.0f);
-  for (int y = 0; y < grey.height; ++y) {
-    const std::uint8_t* s = grey.row(y);
-    float* r = rows->data() + static_cast<std::size_t>(y) * tw;
-    const float* w = tx.weight.data();
-    for (int x = 0; x < tw; ++x) {
-      float v = 0.0f;
-      for (int k = 0; k < tx.count[x]; ++k) v += *w++ * s[tx.first[x] + k];
-      r[x] = v;
-    }
-  }
-  out->assign(static_cast<std::size_t>(tw + 1) * th, 0);
-  const float* w = ty.weight.data();
-  for (int y = 0; y < th; ++y) {
-    acc->assign(tw, 0.0f);
-    for (int k = 0; k < ty.count[y]; ++k, ++w) {
-      const float* r = rows->data() + static_cast<std::size_t>(ty.first[y] + k) * tw;
-      for (int x = 0; x < tw; ++x) (*acc)[x] += *w * r[x];
-    }
-    std::uint8_t* o = out->data() + static_cast<std::size_t>(y) * (tw + 1);
-    for (int x = 0; x < tw; ++x)
-      o[x] = static_cast<std::uint8_t>(std::min(255.0f, (*acc)[x] + 0.5f));
-  }
-}
+namespace {
 
 void AddStats(const DetectStats& from, DetectStats* to) {
   to->scales += from.scales;
@@ -92,34 +51,87 @@ void AddStats(const DetectStats& from, DetectStats* to) {
 
 }  // namespace
 
-std::unique_ptr<Detector> Detector::Create(const Cascade& cascade, std::string* error) {
+CascadeRect LibraryRect(const CascadeRect& r, bool tilted) {
+  if (!tilted) return {r.y, r.x, r.height, r.width, r.weight};
+  return {r.y + r.height - 1, r.x - r.height, r.width, r.height, r.weight};
+}
+
+namespace {
+
+// Weak classifiers of a stage in the order the library stores a stage of
+// stumps: two-rectangle features first, then three-rectangle ones, then
+// the rest, each group in input order. Stage sums are then added in the
+// same order whichever evaluates them.
+std::vector<const CascadeWeak*> StoredOrder(const CascadeStage& s,
+                                            const std::vector<CascadeFeature>& features) {
+  std::vector<const CascadeWeak*> order;
+  const auto rects = [&](const CascadeWeak& w) {
+    return features[w.nodes[0].feature].rects.size();
+  };
+  for (const CascadeWeak& w : s.weak)
+    if (rects(w) == 2) order.push_back(&w);
+  for (const CascadeWeak& w : s.weak)
+    if (rects(w) == 3) order.push_back(&w);
+  for (const CascadeWeak& w : s.weak)
+    if (rects(w) != 2 && rects(w) != 3) order.push_back(&w);
+  return order;
+}
+
+}  // namespace
+
+std::unique_ptr<Detector> Detector::Create(const Cascade& cascade, std::string* error,
+                                           bool library_stumps) {
   std::unique_ptr<Detector> d(new Detector());
   d->win_w_ = cascade.width;
   d->win_h_ = cascade.height;
+  for (const CascadeFeature& f : cascade.features) {
+    CascadeFeature t = f;
+    for (CascadeRect& r : t.rects) r = LibraryRect(r, f.tilted);
+    d->features_.push_back(t);
+    d->any_tilted_ |= f.tilted;
+  }
   // Node thresholds compare with a value divided by (area x deviation) of
   // the window interior; the library compares the raw weighted sum with
   // threshold x norm, so the area goes into the threshold and the norm
   // image holds the deviation.
   const float area = static_cast<float>((cascade.width - 2) * (cascade.height - 2));
   for (const CascadeStage& s : cascade.stages) {
+    const std::vector<const CascadeWeak*> order = StoredOrder(s, d->features_);
+    Stage stage;
+    stage.threshold = s.threshold;
+    bool stumps = library_stumps;
+    for (const CascadeWeak* w : order) {
+      stumps &= w->IsStump();
+      for (const CascadeNode& n : w->nodes) stage.tilted |= d->features_[n.feature].tilted;
+    }
+    if (!stumps) {
+      stage.first_weak = static_cast<int>(d->trees_.size());
+      stage.weak_count = static_cast<int>(order.size());
+      for (const CascadeWeak* w : order) {
+        Tree t{w->nodes, w->leaves};
+        for (CascadeNode& n : t.nodes) n.threshold *= area;
+        d->trees_.push_back(std::move(t));
+      }
+      d->stages_.push_back(stage);
+      continue;
+    }
     std::vector<OmbRect> rects;
     std::vector<Omb32f> weights, thresholds, left, right;
     std::vector<int> counts;
     std::vector<Omb8u> tilt;
-    for (const CascadeStump& k : s.stumps) {
-      for (const CascadeRect& r : k.rects) {
+    for (const CascadeWeak* w : order) {
+      const CascadeNode& n = w->nodes[0];
+      const CascadeFeature& f = d->features_[n.feature];
+      for (const CascadeRect& r : f.rects) {
         rects.push_back({r.x, r.y, r.width, r.height});
         weights.push_back(r.weight);
       }
-      counts.push_back(static_cast<int>(k.rects.size()));
-      thresholds.push_back(k.threshold * area);
-      left.push_back(k.left);
-      right.push_back(k.right);
-      tilt.push_back(k.tilted ? 1 : 0);
+      counts.push_back(static_cast<int>(f.rects.size()));
+      thresholds.push_back(n.threshold * area);
+      left.push_back(w->leaves[-n.left]);
+      right.push_back(w->leaves[-n.right]);
+      tilt.push_back(f.tilted ? 1 : 0);
     }
-    Stage stage;
-    stage.threshold = s.threshold;
-    stage.tilted = std::find(tilt.begin(), tilt.end(), 1) != tilt.end();
     const OmbResult made = ombiHaarClassifierInitAlloc_32f(
         &stage.state, rects.data(), weights.data(), thresholds.data(), left.data(),
         right.data(), counts.data(), static_cast<int>(counts.size()));
@@ -134,63 +146,179 @@ std::unique_ptr<Detector> Detector::Create(const Cascade& cascade, std::string* 
                std::to_string(d->stages_.size() - 1);
       return nullptr;
     }
-    d->any_tilted_ |= stage.tilted;
   }
   return d;
 }
 
 Detector::~Detector() {
-  for (const Stage& s : stages_) ombiHaarClassifierFree_32f(s.state);
+  for (const Stage& s : stages_)
+    if (s.state != nullptr) ombiHaarClassifierFree_32f(s.state);
+}
+
+void Detector::Prepare(const Image& grey, double scale, bool tilted, Buffers* b,
+                       Tables* t) const {
+  const int w = static_cast<int>(std::lround(grey.width / scale));
+  const int h = static_cast<int>(std::lround(grey.height / scale));
+  ReduceTransposed(grey, w, h, &b->scratch, &b->image);
+  // The transposed frame: h wide, w tall; the window turns with it.
+  t->size = {h, w};
+  t->roi = {h - win_h_ + 1, w - win_w_ + 1};
+  const int src_step = h + 1;
+  t->sum_stride = h + 1;
+  b->sum.resize(static_cast<std::size_t>(h + 1) * (w + 1));
+  b->sqr.resize(b->sum.size());
+  const int sqr_step = (h + 1) * static_cast<int>(sizeof(Omb64f));
+  const int sum_step = t->sum_stride * static_cast<int>(sizeof(Omb32s));
+  t->status = ombiSqrIntegral_8u32s64f_C1R(b->image.data(), src_step, b->sum.data(), sum_step,
+                                           b->sqr.data(), sqr_step, t->size, 0, 0.0);
+  t->sum = b->sum.data();
+  t->tilted_stride = h + 2;
+  if (tilted) {
+    b->tilted.resize(static_cast<std::size_t>(h + 2) * (w + 3));
+    if (t->status == ombResultOk)
+      t->status = ombiTiltedIntegral_8u32s_C1R(
+          b->image.data(), src_step, b->tilted.data() + t->tilted_stride,
+          t->tilted_stride * static_cast<int>(sizeof(Omb32s)), t->size, 0);
+    t->tilted = b->tilted.data();
+  }
+  const std::size_t windows = static_cast<std::size_t>(t->roi.width) * t->roi.height;
+  b->norm.resize(windows);
+  if (t->status == ombResultOk)
+    t->status = ombiRectStdDev_32s32f_C1R(
+        b->sum.data(), sum_step, b->sqr.data(), sqr_step, b->norm.data(),
+        t->roi.width * static_cast<int>(sizeof(Omb32f)), t->roi,
+        OmbRect{1, 1, win_h_ - 2, win_w_ - 2});
+  t->norm = b->norm.data();
+}
+
+namespace {
+
+// One rectangle of a feature for the window whose table corner is `at`,
+// with the library's arithmetic: (D - C) + (A - B) in wrapping 32-bit
+// integers. An upright rectangle's corners are A (x, y), B (x + w, y),
+// C (x, y + h), D (x + w, y + h); a tilted one's A (x, y), B (x + w, y + w),
+// C (x - h, y + h), D (x + w - h, y + w + h).
+std::int32_t RectCorners(const Omb32s* at, int stride, const CascadeRect& r, bool tilted) {
+  const auto T = [&](int x, int y) {
+    return static_cast<std::uint32_t>(at[static_cast<std::ptrdiff_t>(y) * stride + x]);
+  };
+  std::uint32_t d;
+  if (tilted) {
+    d = (T(r.x + r.width - r.height, r.y + r.width + r.height) - T(r.x - r.height, r.y + r.height)) +
+        (T(r.x, r.y) - T(r.x + r.width, r.y + r.width));
+  } else {
+    d = (T(r.x + r.width, r.y + r.height) - T(r.x, r.y + r.height)) +
+        (T(r.x, r.y) - T(r.x + r.width, r.y));
+  }
+  return static_cast<std::int32_t>(d);
+}
+
+// The table corner of window (x, y) in the transposed frame: the upright
+// table at (y, x), the tilted one at (y + 1, x + 1).
+const Omb32s* Corner(const Omb32s* table, int stride, int x, int y, bool tilted) {
+  const int o = tilted ? 1 : 0;
+  return table + static_cast<std::ptrdiff_t>(y + o) * stride + (x + o);
+}
+
+}  // namespace
+
+int Detector::RunTrees(const Stage& stage, const Tables& t, std::uint8_t* mask) const {
+  int live = 0;
+  for (int y = 0; y < t.roi.height; ++y) {
+    for (int x = 0; x < t.roi.width; ++x) {
+      std::uint8_t& m = mask[static_cast<std::size_t>(y) * t.roi.width + x];
+      if (m == 0) continue;
+      const float n = t.norm[static_cast<std::size_t>(y) * t.roi.width + x];
+      const Omb32s* upright = Corner(t.sum, t.sum_stride, x, y, false);
+      const Omb32s* tilted = t.tilted ? Corner(t.tilted, t.tilted_stride, x, y, true) : nullptr;
+      float s = 0.0f;
+      for (int k = 0; k < stage.weak_count; ++k) {
+        const Tree& tree = trees_[stage.first_weak + k];
+        int child = 0;
+        do {
+          const CascadeNode& node = tree.nodes[child];
+          const CascadeFeature& f = features_[node.feature];
+          float v = 0.0f;
+          for (const CascadeRect& r : f.rects) {
+            const std::int32_t d = f.tilted ? RectCorners(tilted, t.tilted_stride, r, true)
+                                            : RectCorners(upright, t.sum_stride, r, false);
+            v = v + static_cast<float>(d) * r.weight;
+          }
+          child = v >= node.threshold * n ? node.right : node.left;
+        } while (child > 0);
+        s = s + tree.leaves[-child];
+      }
+      if (s >= stage.threshold) {
+        ++live;
+      } else {
+        m = 0;
+      }
+    }
+  }
+  return live;
+}
+
+std::vector<double> Detector::FeatureSums(const Image& grey, double scale,
+                                          const std::vector<CascadeFeature>& features, int x,
+                                          int y) const {
+  Buffers b;
+  Tables t;
+  Prepare(grey, scale, true, &b, &t);
+  std::vector<double> sums;
+  for (const CascadeFeature& f : features) {
+    double sum = 0.0;
+    for (const CascadeRect& r : f.rects) {
+      const CascadeRect q = LibraryRect(r, f.tilted);
+      const std::int32_t d =
+          f.tilted ? RectCorners(Corner(t.tilted, t.tilted_stride, y, x, true), t.tilted_stride, q, true)
+                   : RectCorners(Corner(t.sum, t.sum_stride, y, x, false), t.sum_stride, q, false);
+      sum += static_cast<double>(d) * r.weight;
+    }
+    sums.push_back(sum);
+  }
+  return sums;
 }
 
 void Detector::RunScale(const Image& grey, double scale, Buffers* b,
                         std::vector<Detection>* hits, DetectStats* stats) const {
   double t0 = NowMs();
-  const int w = static_cast<int>(std::lround(grey.width / scale));
-  const int h = static_cast<int>(std::lround(grey.height / scale));
-  const OmbRoiSize size{w, h};
-  const OmbRoiSize roi{w - win_w_ + 1, h - win_h_ + 1};
-  ResizeArea(grey, w, h, &b->rows, &b->acc, &b->image);
-  const int sum_step = (w + 1) * static_cast<int>(sizeof(Omb32s));
-  b->sum.resize(static_cast<std::size_t>(w + 1) * (h + 1));
-  b->sqr.resize(b->sum.size());
-  OmbResult status = ombiSqrIntegral_8u32s64f_C1R(b->image.data(), w + 1, b->sum.data(), sum_step, b->sqr.data(),
-                               (w + 1) * static_cast<int>(sizeof(Omb64f)), size, 0, 0.0);
-  const int tilted_step = (w + 2) * static_cast<int>(sizeof(Omb32s));
-  if (any_tilted_) {
-    b->tilted.resize(static_cast<std::size_t>(w + 2) * (h + 2));
-    if (status == ombResultOk)
-      status = ombiTiltedIntegral_8u32s_C1R(b->image.data(), w + 1, b->tilted.data(), tilted_step, size, 0);
-  }
-  const std::size_t windows = static_cast<std::size_t>(roi.width) * roi.height;
-  b->norm.resize(windows);
-  b->mask.resize(windows);
-  const int norm_step = roi.width * static_cast<int>(sizeof(Omb32f));
-  if (status == ombResultOk)
-    status = ombiRectStdDev_32s32f_C1R(b->sum.data(), sum_step, b->sqr.data(),
-                            (w + 1) * static_cast<int>(sizeof(Omb64f)), b->norm.data(), norm_step,
-                            roi, OmbRect{1, 1, win_w_ - 2, win_h_ - 2});
+  Tables t;
+  Prepare(grey, scale, any_tilted_, b, &t);
+  const int stride = scale <= kCoarseScale ? kCoarseStride : 1;
+  const std::size_t windows = static_cast<std::size_t>(t.roi.width) * t.roi.height;
+  b->mask.assign(windows, 0);
   int live = 0;
-  for (std::size_t i = 0; i < windows && status == ombResultOk; ++i) {
-    b->mask[i] = b->norm[i] >= kMinContrast ? 1 : 0;
-    live += b->mask[i];
+  std::int64_t looked = 0;
+  for (int y = 0; y < t.roi.height && t.status == ombResultOk; y += stride) {
+    for (int x = 0; x < t.roi.width; x += stride) {
+      const std::size_t i = static_cast<std::size_t>(y) * t.roi.width + x;
+      b->mask[i] = t.norm[i] > kMinDeviation ? 1 : 0;
+      live += b->mask[i];
+      ++looked;
+    }
   }
+  const int mask_step = t.roi.width;
+  const int sum_step = t.sum_stride * static_cast<int>(sizeof(Omb32s));
+  const int tilted_step = t.tilted_stride * static_cast<int>(sizeof(Omb32s));
+  const int norm_step = t.roi.width * static_cast<int>(sizeof(Omb32f));
   double t1 = NowMs();
   stats->prepare_ms += t1 - t0;
   stats->scales++;
-  stats->windows += static_cast<std::int64_t>(windows);
+  stats->windows += looked;
   for (std::size_t s = 0; s < stages_.size() && live > 0; ++s) {
     const Stage& st = stages_[s];
     stats->stages[s].entering += live;
-    if (st.tilted) {
-      status = ombiApplyMixedHaarClassifier_32s32f_C1R(b->sum.data(), sum_step, b->tilted.data(),
-                                              tilted_step, b->norm.data(), norm_step,
-                                              b->mask.data(), roi.width, roi, &live,
-                                              st.threshold, st.state);
+    OmbResult status = ombResultOk;
+    if (st.state == nullptr) {
+      live = RunTrees(st, t, b->mask.data());
+    } else if (st.tilted) {
+      status = ombiApplyMixedHaarClassifier_32s32f_C1R(
+          t.sum, sum_step, t.tilted, tilted_step, t.norm, norm_step, b->mask.data(), mask_step,
+          t.roi, &live, st.threshold, st.state);
     } else {
-      status = ombiApplyHaarClassifier_32s32f_C1R(b->sum.data(), sum_step, b->norm.data(), norm_step,
-                                         b->mask.data(), roi.width, roi, &live, st.threshold,
-                                         st.state);
+      status = ombiApplyHaarClassifier_32s32f_C1R(t.sum, sum_step, t.norm, norm_step,
+                                                  b->mask.data(), mask_step, t.roi, &live,
+                                                  st.threshold, st.state);
     }
     if (status != ombResultOk) live = 0;  // cannot happen with tables made here
     const double t2 = NowMs();
@@ -199,11 +327,13 @@ void Detector::RunScale(const Image& grey, double scale, Buffers* b,
     t1 = t2;
   }
   if (live == 0) return;
-  for (int y = 0; y < roi.height; ++y) {
-    for (int x = 0; x < roi.width; ++x) {
-      if (b->mask[static_cast<std::size_t>(y) * roi.width + x] == 0) continue;
-      hits->push_back({static_cast<int>(std::lround(x * scale)),
-                       static_cast<int>(std::lround(y * scale)),
+  // Original rows are the transposed columns: walk them outermost so the
+  // hits come in row order.
+  for (int oy = 0; oy < t.roi.width; ++oy) {
+    for (int ox = 0; ox < t.roi.height; ++ox) {
+      if (b->mask[static_cast<std::size_t>(ox) * t.roi.width + oy] == 0) continue;
+      hits->push_back({static_cast<int>(std::lround(ox * scale)),
+                       static_cast<int>(std::lround(oy * scale)),
                        static_cast<int>(std::lround(win_w_ * scale)),
                        static_cast<int>(std::lround(win_h_ * scale)), 1});
     }
@@ -294,7 +424,7 @@ std::vector<Detection> GroupHits(const std::vector<Detection>& hits, int min_nei
   }
   std::vector<Detection> groups;
   for (std::size_t g = 0; g < count.size(); ++g) {
-    if (count[g] < std::max(1, min_neighbors)) continue;
+    if (count[g] <= min_neighbors) continue;
     const auto mean = [&](std::int64_t total) {
       return static_cast<int>((2 * total + count[g]) / (2 * count[g]));
     };
