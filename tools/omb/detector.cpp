@@ -359,7 +359,10 @@ std::vector<Detection> Detector::Hits(const Image& grey, const DetectOptions& op
   // a dynamic schedule starts the costliest first and balances the tail.
 #pragma omp parallel
   {
-    Buffers buffers;
+    // Kept by each thread across calls: the tables of a large picture take
+    // tens of megabytes, and touching fresh pages again on every call costs
+    // as much as a stage.
+    thread_local Buffers buffers;
     DetectStats& mine = per_thread[omp_get_thread_num()];
 #pragma omp for schedule(dynamic, 1)
     for (int k = 0; k < n; ++k) RunScale(grey, scales[k], &buffers, &per_scale[k], &mine);
