@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Sets up a fresh machine, builds the library and the omb tool, and runs the
-# main pipelines on the bundled pictures: cat-face detection, edges, tracking
-# against a known motion, and a pyramid. Result images go to out/.
+# main pipelines on the bundled pictures: cat-face and human-face detection
+# with stock cascades, edges, tracking against a known motion, and a
+# pyramid. Result images go to out/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
@@ -19,6 +20,8 @@ run() {
 run info
 run detect --cascade data/haarcascade_frontalcatface_extended.xml \
   data/chelsea_framed.png out/detect.png --verbose
+run detect --cascade data/haarcascade_frontalface_default.xml \
+  data/faces/astronaut.jpg out/detect_face.png
 run edges data/camera_a.png out/edges.png
 run track data/camera_a.png data/camera_b.png out/track.png \
   --truth data/camera_motion.txt
