@@ -5,7 +5,8 @@
 // Row sums are exact (frame/reduce.hpp): each vector step forms pairwise
 // 16x16 -> 32-bit products, which fit 32-bit lanes, and widens them into
 // 64-bit lanes before anything is added up, so the results equal the plain
-// sums of optflow_ref.hpp bit for bit.
+// sums of optflow_ref.hpp bit for bit (see ReducePerRow for when the lanes
+// are reduced).
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "motion/optflow_simd.cpp"
@@ -40,14 +41,29 @@ HWY_INLINE void AddPairs(D64 d64, V16 a, V16 b, hn::Vec<D64>& acc) {
   acc = hn::Add(acc, hn::PromoteTo(d64, hn::UpperHalf(dh, pairs)));
 }
 
+template <class D64>
+HWY_INLINE double Total(D64 d64, hn::Vec<D64> v) {
+  return double(hn::GetLane(hn::SumOfLanes(d64, v)));
+}
+
+// The row sums are added in double in row order. Every product is below
+// 2^30 in magnitude, so over a rectangle of at most 2^22 products every
+// partial sum is an integer below 2^52: the double additions are exact and
+// equal one 64-bit total, and the lanes are reduced once at the end. Only
+// larger rectangles reduce after every row.
+inline bool ReducePerRow(int x0, int x1, int y0, int y1) {
+  return std::int64_t{x1 - x0 + 1} * (y1 - y0 + 1) > (std::int64_t{1} << 22);
+}
+
 void SumGImpl(const std::int16_t* gx, const std::int16_t* gy, int n, int x0, int x1, int y0, int y1,
               double* out) {
   const hn::ScalableTag<std::int16_t> d16;
   const hn::Repartition<std::int64_t, decltype(d16)> d64;
   const int lanes = static_cast<int>(hn::Lanes(d16));
+  const bool per_row = ReducePerRow(x0, x1, y0, y1);
   double xx = 0, xy = 0, yy = 0;
+  auto a = hn::Zero(d64), b = hn::Zero(d64), c = hn::Zero(d64);
   for (int y = y0; y <= y1; ++y) {
-    auto a = hn::Zero(d64), b = hn::Zero(d64), c = hn::Zero(d64);
     for (int x = x0; x <= x1; x += lanes) {
       const auto m = hn::FirstN(d16, static_cast<size_t>(x1 - x + 1));
       const auto ix = hn::IfThenElseZero(m, hn::LoadU(d16, gx + y * n + x));
@@ -56,11 +72,12 @@ void SumGImpl(const std::int16_t* gx, const std::int16_t* gy, int n, int x0, int
       AddPairs(d64, ix, iy, b);
       AddPairs(d64, iy, iy, c);
     }
-    xx += double(hn::GetLane(hn::SumOfLanes(d64, a)));
-    xy += double(hn::GetLane(hn::SumOfLanes(d64, b)));
-    yy += double(hn::GetLane(hn::SumOfLanes(d64, c)));
+    if (per_row) {
+      xx += Total(d64, a), xy += Total(d64, b), yy += Total(d64, c);
+      a = b = c = hn::Zero(d64);
+    }
   }
-  out[0] = xx, out[1] = xy, out[2] = yy;
+  out[0] = xx + Total(d64, a), out[1] = xy + Total(d64, b), out[2] = yy + Total(d64, c);
 }
 
 void SumBImpl(const std::int16_t* gx, const std::int16_t* gy, const std::uint16_t* t, const std::uint16_t* w,
@@ -69,11 +86,12 @@ void SumBImpl(const std::int16_t* gx, const std::int16_t* gy, const std::uint16_
   const hn::ScalableTag<std::uint16_t> du16;
   const hn::Repartition<std::int64_t, decltype(d16)> d64;
   const int lanes = static_cast<int>(hn::Lanes(d16));
+  const bool per_row = ReducePerRow(x0, x1, y0, y1);
   double sx = 0, sy = 0;
+  auto a = hn::Zero(d64), b = hn::Zero(d64);
   for (int y = y0; y <= y1; ++y) {
     const std::uint16_t* pt = t + (y + 1) * (n + 2) + 1;
     const std::uint16_t* pw = w + y * n;
-    auto a = hn::Zero(d64), b = hn::Zero(d64);
     for (int x = x0; x <= x1; x += lanes) {
       const auto m = hn::FirstN(d16, static_cast<size_t>(x1 - x + 1));
       const auto e = hn::IfThenElseZero(
@@ -81,10 +99,12 @@ void SumBImpl(const std::int16_t* gx, const std::int16_t* gy, const std::uint16_
       AddPairs(d64, hn::LoadU(d16, gx + y * n + x), e, a);
       AddPairs(d64, hn::LoadU(d16, gy + y * n + x), e, b);
     }
-    sx += double(hn::GetLane(hn::SumOfLanes(d64, a)));
-    sy += double(hn::GetLane(hn::SumOfLanes(d64, b)));
+    if (per_row) {
+      sx += Total(d64, a), sy += Total(d64, b);
+      a = b = hn::Zero(d64);
+    }
   }
-  out[0] = sx, out[1] = sy;
+  out[0] = sx + Total(d64, a), out[1] = sy + Total(d64, b);
 }
 
 // Gradient windows from the 16-bit Scharr planes: Q14 bilinear sum times 4
