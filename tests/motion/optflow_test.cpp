@@ -147,7 +147,7 @@ TEST(OptFlow, CheckerboardAtAnyContrast) {
   for (int side : {16, 32})
     for (int max_level : {0, 3}) {
       SCOPED_TRACE(::testing::Message() << "side " << side << " maxLevel " << max_level);
-      TrackBoards<Omb8u>(side, max_level);
+      omb_test::ForEachSimdTarget([&] { TrackBoards<Omb8u>(side, max_level); });
       TrackBoards<Omb16u>(side, max_level);
       TrackBoards<Omb32f>(side, max_level);
     }
