@@ -6,7 +6,10 @@
 // accumulator of the stated width can overflow on valid input, the sum is
 // taken in 64-bit integers, or in doubles where every partial sum stays an
 // integer below 2^53 and so is exact. Where the stated width cannot
-// overflow on valid input it is kept, and with it the result bits.
+// overflow on valid input it is kept, and with it the result bits. For
+// example a 32-bit sum of 8-bit pixels holds only Int32Terms(255) =
+// 8421504 bright pixels (less than one 4000 x 3000 band), so means,
+// deviations and L1 norms of 8-bit data sum their bands in 64 bits.
 //
 // Not reductions in this sense, and still wrapping modulo 2^32 (in unsigned
 // arithmetic, never by signed overflow): the integer integral tables and
