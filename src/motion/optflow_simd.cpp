@@ -46,11 +46,11 @@ HWY_INLINE double Total(D64 d64, hn::Vec<D64> v) {
   return double(hn::GetLane(hn::SumOfLanes(d64, v)));
 }
 
-// The row sums are added in double in row order. Every product is below
+// The row sums are added in double in row order. Every product is at most
 // 2^30 in magnitude, so over a rectangle of at most 2^22 products every
-// partial sum is an integer below 2^52: the double additions are exact and
-// equal one 64-bit total, and the lanes are reduced once at the end. Only
-// larger rectangles reduce after every row.
+// partial sum is an integer of at most 2^52: the double additions are
+// exact and equal one 64-bit total, and the lanes are reduced once at the
+// end. Only larger rectangles reduce after every row.
 inline bool ReducePerRow(int x0, int x1, int y0, int y1) {
   return std::int64_t{x1 - x0 + 1} * (y1 - y0 + 1) > (std::int64_t{1} << 22);
 }
