@@ -116,7 +116,6 @@ struct Traits8u {
   using Pix = Omb8u;
   using Win = Omb16u;   // samples times 128
   using Grad = Omb16s;
-  using Acc = std::int32_t;
   static constexpr int kCode = kCode8u;
   static constexpr double kErrorScale = 0.0078125;
   static OmbResult Sample(const Pix* src, int step, OmbRoiSize size, Win* dst, int n, int dst_w,
@@ -130,7 +129,6 @@ struct Traits16u {
   using Pix = Omb16u;
   using Win = Omb32f;
   using Grad = Omb32f;
-  using Acc = float;
   static constexpr int kCode = kCode16u;
   static constexpr double kErrorScale = 1.0;
   static OmbResult Sample(const Pix* src, int step, OmbRoiSize size, Win* dst, int n, int dst_w,
@@ -143,7 +141,6 @@ struct Traits32f {
   using Pix = Omb32f;
   using Win = Omb32f;
   using Grad = Omb32f;
-  using Acc = float;
   static constexpr int kCode = kCode32f;
   static constexpr double kErrorScale = 1.0;
   static OmbResult Sample(const Pix* src, int step, OmbRoiSize size, Win* dst, int n, int dst_w,
@@ -249,10 +246,10 @@ void PlaneGradients(const float* px, const float* py, int stride, int ox, int oy
     }
 }
 
-// Row sums of the normal equations. The 8-bit member sums each row in
-// 32-bit integers with wrap-around and adds the row sums in double (the
-// vector kernels of optflow_simd.cpp, defined by optflow_ref.hpp); float
-// members sum each row in float and add the row sums in double.
+// Row sums of the normal equations. The 8-bit member sums each row exactly
+// in 64-bit integers and adds the row sums in double (the vector kernels of
+// optflow_simd.cpp, defined by optflow_ref.hpp; see frame/reduce.hpp);
+// float members sum each row in float and add the row sums in double.
 struct Sums {
   double xx, xy, yy;
 };

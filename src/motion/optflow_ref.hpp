@@ -1,11 +1,10 @@
 // Window sums of the 8-bit tracker (16-bit samples times 128, 16-bit
 // gradients): the plain definitions the vector kernels reproduce.
 //
-// Every row is summed in 32-bit integers with wrap-around (exact while the
-// row's magnitude stays below 2^31, which 16-bit gradients and 8-bit
-// samples times 128 keep for windows up to 2^31 / (32768 x 32648) ~ 2
-// samples at the extremes and far more in practice), and the row sums are
-// added in double in row order. Gradient (x, y) meets template sample
+// Every row is summed exactly in 64-bit integers and the row sums are
+// added in double in row order (see frame/reduce.hpp): a single row of
+// strong gradients at full contrast already exceeds 32 bits (21 products
+// of up to 16320 x 32640). Gradient (x, y) meets template sample
 // (x+1, y+1) and window sample (x, y); e = template - window fits 16 bits
 // (samples are at most 32648).
 #pragma once
@@ -20,16 +19,16 @@ inline void OptFlowSumG(const std::int16_t* gx, const std::int16_t* gy, int n, i
                         double out[3]) {
   double xx = 0, xy = 0, yy = 0;
   for (int y = y0; y <= y1; ++y) {
-    std::uint32_t a = 0, b = 0, c = 0;
+    std::int64_t a = 0, b = 0, c = 0;
     for (int x = x0; x <= x1; ++x) {
       const std::int32_t ix = gx[y * n + x], iy = gy[y * n + x];
-      a += std::uint32_t(ix * ix);
-      b += std::uint32_t(ix * iy);
-      c += std::uint32_t(iy * iy);
+      a += ix * ix;
+      b += ix * iy;
+      c += iy * iy;
     }
-    xx += double(std::int32_t(a));
-    xy += double(std::int32_t(b));
-    yy += double(std::int32_t(c));
+    xx += double(a);
+    xy += double(b);
+    yy += double(c);
   }
   out[0] = xx, out[1] = xy, out[2] = yy;
 }
@@ -38,16 +37,16 @@ inline void OptFlowSumB(const std::int16_t* gx, const std::int16_t* gy, const st
                         const std::uint16_t* w, int n, int x0, int x1, int y0, int y1, double out[2]) {
   double sx = 0, sy = 0;
   for (int y = y0; y <= y1; ++y) {
-    std::uint32_t a = 0, b = 0;
+    std::int64_t a = 0, b = 0;
     const std::uint16_t* pt = t + (y + 1) * (n + 2) + 1;
     const std::uint16_t* pw = w + y * n;
     for (int x = x0; x <= x1; ++x) {
       const std::int32_t e = std::int32_t(pt[x]) - std::int32_t(pw[x]);
-      a += std::uint32_t(gx[y * n + x] * e);
-      b += std::uint32_t(gy[y * n + x] * e);
+      a += gx[y * n + x] * e;
+      b += gy[y * n + x] * e;
     }
-    sx += double(std::int32_t(a));
-    sy += double(std::int32_t(b));
+    sx += double(a);
+    sy += double(b);
   }
   out[0] = sx, out[1] = sy;
 }

@@ -2,8 +2,11 @@
 // Rows are processed a vector at a time; the last, partial vector of a row
 // is loaded whole and its lanes beyond the rectangle are zeroed, so the
 // work slices keep a padding after every array (see cvoptflowpyrlk.cpp).
-// Pairwise 16x16 -> 32-bit multiply-adds wrap exactly like the plain sums
-// of optflow_ref.hpp, so the results are identical bit for bit.
+// Row sums are exact (frame/reduce.hpp): each vector step forms pairwise
+// 16x16 -> 32-bit products, which fit 32-bit lanes, and widens them into
+// 64-bit lanes before anything is added up, so the results equal the plain
+// sums of optflow_ref.hpp bit for bit (see ReducePerRow for when the lanes
+// are reduced).
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "motion/optflow_simd.cpp"
@@ -12,6 +15,7 @@
 
 #include <cstdint>
 
+#include "frame/reduce.hpp"
 #include "motion/optflow.hpp"
 #include "motion/optflow_ref.hpp"
 
@@ -22,54 +26,85 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
+// A pair sum of two products of 16-bit gradients (above -32768; the
+// tracker's stay within +-16320) and 16-bit values fits a 32-bit lane.
+static_assert(Int32Terms(2LL * 32767 * 32768) >= 1, "one vector step of pair sums fits 32 bits");
+
+// Adds the pair sums a[2i] b[2i] + a[2i+1] b[2i+1] to 64-bit lanes.
+template <class D64, class V16>
+HWY_INLINE void AddPairs(D64 d64, V16 a, V16 b, hn::Vec<D64>& acc) {
+  const hn::Repartition<std::int32_t, D64> d32;
+  const hn::Half<decltype(d32)> dh;
+  auto odd = hn::Zero(d32);
+  const auto pairs = hn::Add(hn::ReorderWidenMulAccumulate(d32, a, b, hn::Zero(d32), odd), odd);
+  acc = hn::Add(acc, hn::PromoteTo(d64, hn::LowerHalf(dh, pairs)));
+  acc = hn::Add(acc, hn::PromoteTo(d64, hn::UpperHalf(dh, pairs)));
+}
+
+template <class D64>
+HWY_INLINE double Total(D64 d64, hn::Vec<D64> v) {
+  return double(hn::GetLane(hn::SumOfLanes(d64, v)));
+}
+
+// The row sums are added in double in row order. Every product is at most
+// 2^30 in magnitude, so over a rectangle of at most 2^22 products every
+// partial sum is an integer of at most 2^52: the double additions are
+// exact and equal one 64-bit total, and the lanes are reduced once at the
+// end. Only larger rectangles reduce after every row.
+inline bool ReducePerRow(int x0, int x1, int y0, int y1) {
+  return std::int64_t{x1 - x0 + 1} * (y1 - y0 + 1) > (std::int64_t{1} << 22);
+}
+
 void SumGImpl(const std::int16_t* gx, const std::int16_t* gy, int n, int x0, int x1, int y0, int y1,
               double* out) {
   const hn::ScalableTag<std::int16_t> d16;
-  const hn::RepartitionToWide<decltype(d16)> d32;
+  const hn::Repartition<std::int64_t, decltype(d16)> d64;
   const int lanes = static_cast<int>(hn::Lanes(d16));
+  const bool per_row = ReducePerRow(x0, x1, y0, y1);
   double xx = 0, xy = 0, yy = 0;
+  auto a = hn::Zero(d64), b = hn::Zero(d64), c = hn::Zero(d64);
   for (int y = y0; y <= y1; ++y) {
-    auto a0 = hn::Zero(d32), a1 = hn::Zero(d32), b0 = hn::Zero(d32), b1 = hn::Zero(d32);
-    auto c0 = hn::Zero(d32), c1 = hn::Zero(d32);
     for (int x = x0; x <= x1; x += lanes) {
       const auto m = hn::FirstN(d16, static_cast<size_t>(x1 - x + 1));
       const auto ix = hn::IfThenElseZero(m, hn::LoadU(d16, gx + y * n + x));
       const auto iy = hn::IfThenElseZero(m, hn::LoadU(d16, gy + y * n + x));
-      a0 = hn::ReorderWidenMulAccumulate(d32, ix, ix, a0, a1);
-      b0 = hn::ReorderWidenMulAccumulate(d32, ix, iy, b0, b1);
-      c0 = hn::ReorderWidenMulAccumulate(d32, iy, iy, c0, c1);
+      AddPairs(d64, ix, ix, a);
+      AddPairs(d64, ix, iy, b);
+      AddPairs(d64, iy, iy, c);
     }
-    xx += double(hn::GetLane(hn::SumOfLanes(d32, hn::Add(a0, a1))));
-    xy += double(hn::GetLane(hn::SumOfLanes(d32, hn::Add(b0, b1))));
-    yy += double(hn::GetLane(hn::SumOfLanes(d32, hn::Add(c0, c1))));
+    if (per_row) {
+      xx += Total(d64, a), xy += Total(d64, b), yy += Total(d64, c);
+      a = b = c = hn::Zero(d64);
+    }
   }
-  out[0] = xx, out[1] = xy, out[2] = yy;
+  out[0] = xx + Total(d64, a), out[1] = xy + Total(d64, b), out[2] = yy + Total(d64, c);
 }
 
 void SumBImpl(const std::int16_t* gx, const std::int16_t* gy, const std::uint16_t* t, const std::uint16_t* w,
               int n, int x0, int x1, int y0, int y1, double* out) {
   const hn::ScalableTag<std::int16_t> d16;
   const hn::ScalableTag<std::uint16_t> du16;
-  const hn::RepartitionToWide<decltype(d16)> d32;
+  const hn::Repartition<std::int64_t, decltype(d16)> d64;
   const int lanes = static_cast<int>(hn::Lanes(d16));
+  const bool per_row = ReducePerRow(x0, x1, y0, y1);
   double sx = 0, sy = 0;
+  auto a = hn::Zero(d64), b = hn::Zero(d64);
   for (int y = y0; y <= y1; ++y) {
     const std::uint16_t* pt = t + (y + 1) * (n + 2) + 1;
     const std::uint16_t* pw = w + y * n;
-    auto a0 = hn::Zero(d32), a1 = hn::Zero(d32), b0 = hn::Zero(d32), b1 = hn::Zero(d32);
     for (int x = x0; x <= x1; x += lanes) {
       const auto m = hn::FirstN(d16, static_cast<size_t>(x1 - x + 1));
       const auto e = hn::IfThenElseZero(
           m, hn::BitCast(d16, hn::Sub(hn::LoadU(du16, pt + x), hn::LoadU(du16, pw + x))));
-      const auto ix = hn::LoadU(d16, gx + y * n + x);
-      const auto iy = hn::LoadU(d16, gy + y * n + x);
-      a0 = hn::ReorderWidenMulAccumulate(d32, ix, e, a0, a1);
-      b0 = hn::ReorderWidenMulAccumulate(d32, iy, e, b0, b1);
+      AddPairs(d64, hn::LoadU(d16, gx + y * n + x), e, a);
+      AddPairs(d64, hn::LoadU(d16, gy + y * n + x), e, b);
     }
-    sx += double(hn::GetLane(hn::SumOfLanes(d32, hn::Add(a0, a1))));
-    sy += double(hn::GetLane(hn::SumOfLanes(d32, hn::Add(b0, b1))));
+    if (per_row) {
+      sx += Total(d64, a), sy += Total(d64, b);
+      a = b = hn::Zero(d64);
+    }
   }
-  out[0] = sx, out[1] = sy;
+  out[0] = sx + Total(d64, a), out[1] = sy + Total(d64, b);
 }
 
 // Gradient windows from the 16-bit Scharr planes: Q14 bilinear sum times 4

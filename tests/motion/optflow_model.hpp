@@ -163,18 +163,15 @@ struct Model {
           err_area = double(x1 - x0 + 1) * double(y1 - y0 + 1);
           for (int y = y0; y <= y1; ++y) {
             if constexpr (kInt) {
-              uint32_t sxx = 0, sxy = 0, syy = 0, sbx = 0, sby = 0;
-              int64_t se = 0;
+              // Exact row sums, however strong the gradients.
+              int64_t sxx = 0, sxy = 0, syy = 0, sbx = 0, sby = 0, se = 0;
               for (int x = x0; x <= x1; ++x) {
-                const int32_t gx = Ix[y * n + x], gy = Iy[y * n + x];
-                const int32_t e = int32_t(T[(y + 1) * tw + x + 1]) - int32_t(W[y * n + x]);
-                sxx += uint32_t(gx * gx), sxy += uint32_t(gx * gy), syy += uint32_t(gy * gy);
-                sbx += uint32_t(gx * e), sby += uint32_t(gy * e);
-                se += int64_t(e) * e;
+                const int64_t gx = Ix[y * n + x], gy = Iy[y * n + x];
+                const int64_t e = int64_t(T[(y + 1) * tw + x + 1]) - int64_t(W[y * n + x]);
+                sxx += gx * gx, sxy += gx * gy, syy += gy * gy, sbx += gx * e, sby += gy * e, se += e * e;
               }
-              xx += double(int32_t(sxx)), xy += double(int32_t(sxy)), yy += double(int32_t(syy));
-              bx += double(int32_t(sbx)), by += double(int32_t(sby));
-              err_s += double(se);
+              xx += double(sxx), xy += double(sxy), yy += double(syy);
+              bx += double(sbx), by += double(sby), err_s += double(se);
             } else {
               float sxx = 0, sxy = 0, syy = 0, sbx = 0, sby = 0, se = 0;
               for (int x = x0; x <= x1; ++x) {

@@ -1,7 +1,7 @@
 // Pyramidal Lucas-Kanade tracking: the three members against the plain
 // model, recovery of known sub-pixel translations and of a smooth warp of
-// the camera photograph, lost points, thread-count invariance and the
-// argument-check order.
+// the camera photograph, a checkerboard at any contrast, lost points,
+// thread-count invariance and the argument-check order.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -106,6 +106,51 @@ TEST(OptFlow, LostPoints) {
     EXPECT_EQ(r.next[0].x, want.x);
     EXPECT_EQ(r.next[0].y, want.y);
   }
+}
+
+// A black-and-white checkerboard moved by exactly (2, 1), its inner corners
+// tracked. Lucas-Kanade does not depend on the contrast (G and b scale
+// together), so every contrast must give the same tracks, up to the
+// rounding of sub-pixel samples. At full contrast a single window row of
+// the 8-bit member's normal equations outgrows 32 bits; the model, with
+// exact integer row sums, pins the tracks down bit for bit.
+Level<Omb8u> Board(int side, int value, int sx, int sy) {
+  Level<Omb8u> img(192, 160);
+  auto cell = [side](int v) { return (v >= 0 ? v : v - side + 1) / side; };
+  for (int y = 0; y < img.h; ++y)
+    for (int x = 0; x < img.w; ++x) img.at(x, y) = Omb8u((cell(x - sx) + cell(y - sy)) & 1 ? value : 0);
+  return img;
+}
+
+template <class T>
+void TrackBoards(int side, int max_level) {
+  std::vector<OmbPoint32f> corners;
+  for (int y = side; y <= 160 - 32; y += side)
+    for (int x = side; x <= 192 - 32; x += side) corners.push_back({x - 0.5f, y - 0.5f});
+  std::vector<Outcome> runs;
+  for (int contrast : {64, 128, 255}) {
+    SCOPED_TRACE(::testing::Message() << "contrast " << contrast << ", " << sizeof(T) * 8 << "-bit pixels");
+    const Pyramids<T> p = Convert<T>(Pyramids<Omb8u>(Board(side, contrast, 0, 0), Board(side, contrast, 2, 1), 3));
+    runs.push_back(Track<T>(p, corners, corners, 21, max_level, 30, 1e-4f, {192, 160}));
+    ExpectSame(runs.back(), ModelRun<T>(p, corners, corners, 21, max_level, 30, 1e-4f, {192, 160}));
+    for (std::size_t i = 0; i < corners.size(); ++i) {
+      EXPECT_EQ(runs.back().status[i], 0) << "corner " << i;
+      EXPECT_NEAR(runs.back().next[i].x, corners[i].x + 2, 0.1) << "corner " << i;
+      EXPECT_NEAR(runs.back().next[i].y, corners[i].y + 1, 0.1) << "corner " << i;
+      EXPECT_NEAR(runs.back().next[i].x, runs[0].next[i].x, 1e-3) << "corner " << i;
+      EXPECT_NEAR(runs.back().next[i].y, runs[0].next[i].y, 1e-3) << "corner " << i;
+    }
+  }
+}
+
+TEST(OptFlow, CheckerboardAtAnyContrast) {
+  for (int side : {16, 32})
+    for (int max_level : {0, 3}) {
+      SCOPED_TRACE(::testing::Message() << "side " << side << " maxLevel " << max_level);
+      omb_test::ForEachSimdTarget([&] { TrackBoards<Omb8u>(side, max_level); });
+      TrackBoards<Omb16u>(side, max_level);
+      TrackBoards<Omb32f>(side, max_level);
+    }
 }
 
 // States made at every thread count, each used for calls at every thread
