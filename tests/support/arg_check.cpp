@@ -71,10 +71,12 @@ std::vector<Fault> Faults(const ArgFront& f) {
     for (double v : f.params[j].bad) {
       std::ostringstream what;
       what << "param " << j << " = " << v;
+      std::ostringstream name;
+      name << 'p' << j;
       const int index = f.params[j].index;
       const int stage = f.params[j].before_steps ? kSize + 1 + static_cast<int>(j)
                                                  : kParam0 + static_cast<int>(j);
-      add(stage, what.str(), "p" + std::to_string(j),
+      add(stage, what.str(), name.str(),
           f.params[j].status, [index, v](CallArgs& a) { a.p[index] = v; });
     }
   }
