@@ -205,8 +205,11 @@ OmbResult TiltFeatures(const Omb8u* mask, int flag, HaarStage<V>* st) {
   return ombResultOk;
 }
 
-// Below this many pixels per thread the stage runs on the calling thread.
-constexpr std::int64_t kSplitPixelsPerThread = 22500;
+// The plain float form splits when width x height reaches 22500 pixels
+// per library thread; the other forms run on the calling thread.
+constexpr SplitRule kFloatSplit{.measure = SplitRule::Measure::kPixels,
+                                .per_thread = 22500,
+                                .by_band_count = true};
 
 template <HaarArith A, class Tab, class N, class V>
 OmbResult Apply(const Tab* src, int srcStep, const Tab* tilted, int tiltedStep,
@@ -263,31 +266,22 @@ OmbResult Apply(const Tab* src, int srcStep, const Tab* tilted, int tiltedStep,
   job.stage = st;
   job.offsets = offsets;
 
-  OmbResult status = ombResultOk;
   std::int64_t count = 0;
-  const std::int64_t pixels = static_cast<std::int32_t>(
-      static_cast<std::uint32_t>(roi.width) * static_cast<std::uint32_t>(roi.height));
-  if (A == HaarArith::kFloat && !mixed &&
-      pixels >= kSplitPixelsPerThread * BandCount()) {
-    status = ForkBands(
-        roi.height,
-        [&job](const Band& band) {
-          HaarJob part = job;
-          part.upright = RowPtr(static_cast<const Tab*>(job.upright), job.upright_step, band.first_row);
-          part.tilted = RowPtr(static_cast<const Tab*>(job.tilted), job.tilted_step, band.first_row);
-          part.norm = RowPtr(static_cast<const N*>(job.norm), job.norm_step, band.first_row);
-          part.mask = RowPtr(job.mask, job.mask_step, band.first_row);
-          part.roi.height = band.rows;
-          band.slot->count = static_cast<std::int32_t>(HaarApplyRows(part));
-        },
-        [&count](const BandSlot* slots, int bands) {
-          for (int t = 0; t < bands; ++t) count += slots[t].count;
-        });
-  } else {
-    count = HaarApplyRows(job);
-  }
+  ReduceBands<std::int64_t>(
+      A == HaarArith::kFloat && !mixed ? kFloatSplit : kSerial, roi,
+      [&job](const Band<std::int64_t>& band) {
+        HaarJob part = job;
+        part.upright = RowPtr(static_cast<const Tab*>(job.upright), job.upright_step, band.first_row);
+        part.tilted = RowPtr(static_cast<const Tab*>(job.tilted), job.tilted_step, band.first_row);
+        part.norm = RowPtr(static_cast<const N*>(job.norm), job.norm_step, band.first_row);
+        part.mask = RowPtr(job.mask, job.mask_step, band.first_row);
+        part.roi.height = band.rows;
+        *band.slot = HaarApplyRows(part);
+      },
+      [&count](const std::int64_t* slots, int bands) {
+        for (int t = 0; t < bands; ++t) count += slots[t];
+      });
   ombAlignedFree(offsets);
-  if (status != ombResultOk) return status;
   *positive = static_cast<int>(count);
   return ombResultOk;
 }

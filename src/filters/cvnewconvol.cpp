@@ -99,11 +99,11 @@ template <> constexpr FixedOut kOut<Omb8u> = FixedOut::k8u;
 // Splits into bands only when several threads are available, the image is
 // at least 256 wide, and it is tall enough: T * 128 rows on a multi-core
 // die, or T * 256 rows for a 5x5 mask.
-bool SplitRows(OmbRoiSize roi, int k) {
-  const std::int64_t t = ombThreadCount();
-  const std::int64_t h = roi.height;
-  return t > 1 && roi.width >= 256 &&
-         ((h >= t * 128 && ombMultiCoreFlag() != 0) || (h >= t * 256 && k == 5));
+SplitRule RowSplit(int k) {
+  return {.measure = SplitRule::Measure::kRows,
+          .per_thread = k == 5 ? 256 : 0,
+          .multi_core_per_thread = 128,
+          .min_width = 256};
 }
 
 // The one front of every filter. `divisor` is null for the forms without
@@ -141,16 +141,10 @@ OmbResult Filter(FixedKind kind, SizeRule rule, const S* pSrc, int srcStep, D* p
   const std::int64_t stride = (CoreBytes(rule, roi, k) + 1) & ~std::int64_t{31};
   std::uint8_t* const base = reinterpret_cast<std::uint8_t*>(
       (reinterpret_cast<std::uintptr_t>(pBuffer) + 31) & ~std::uintptr_t{31});
-  if (!SplitRows(roi, k)) {
-    FixedFilterBand(job, 0, roi.height, base);
-    return ombResultOk;
-  }
-  return ForkBands(
-      roi.height,
-      [&](const Band& band) {
-        FixedFilterBand(job, band.first_row, band.rows, base + band.index * stride);
-      },
-      [](const BandSlot*, int) {});
+  EachBand(RowSplit(k), roi, roi.height, [&](const Band<NoResult>& band) {
+    FixedFilterBand(job, band.first_row, band.rows, base + band.index * stride);
+  });
+  return ombResultOk;
 }
 
 }  // namespace

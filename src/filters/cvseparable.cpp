@@ -51,18 +51,10 @@ std::uint8_t* AlignBuffer(std::uint8_t* p) {
   return p + ((32 - (a & 31)) & 31);
 }
 
-// Runs band(index, first_row, rows) over `rows` rows, on one thread or as
-// bands of a fork-join region.
-template <class Band>
-void RunBands(bool split, int rows, const Band& band) {
-  if (split) {
-    const OmbResult st = ForkBands(
-        rows, [&](const omb::Band& b) { band(b.index, b.first_row, b.rows); },
-        [](const BandSlot*, int) {});
-    if (st == ombResultOk) return;  // else no band ran: do it all here
-  }
-  band(0, 0, rows);
-}
+// Both passes split by width x height >= T x 2^15 unless their rule
+// rules it out: the 16s row pass for kernels under 4 taps, the float row
+// pass and the integer column passes on a one-core die for 3 and 5 taps.
+SplitRule PassSplit(bool allowed) { return allowed ? SplitArea(15) : kSerial; }
 
 struct RowArgs {
   SepArith arith;
@@ -102,12 +94,13 @@ OmbResult RowPass(const RowArgs& f, const TS* pSrc, int srcStep, TD** ppDst, Omb
   int rows = 0;
   while (rows < roi.height && ppDst[rows] != nullptr) ++rows;
 
-  bool split = SplitSingle(roi, 15);
-  if (f.arith == SepArith::k16s) split = split && kernelSize >= 4;
-  if (f.arith == SepArith::k32f) split = split && ombMultiCoreFlag(kernelSize) != 0;
+  const SplitRule split =
+      PassSplit((f.arith != SepArith::k16s || kernelSize >= 4) &&
+                (f.arith != SepArith::k32f || ombMultiCoreFlag(kernelSize) != 0));
   std::uint8_t* areas = AlignBuffer(pBuffer);
   const std::int64_t area = f.area(kernelSize);
-  RunBands(split, rows, [&](int index, int first, int n) {
+  EachBand(split, roi, rows, [&](const Band<NoResult>& b) {
+    const int index = b.index, first = b.first_row, n = b.rows;
     RowJob job{f.arith, f.channels, RowPtr(pSrc, srcStep, first),
                srcStep, reinterpret_cast<void* const*>(ppDst + first), n,
                roi.width, pKernel, kernelSize, xAnchor, borderType, borderValue,
@@ -158,9 +151,9 @@ OmbResult ColumnPass(SepArith arith, int channels, const TS** ppSrc, TD* pDst, i
     if (some_row_null()) return ombResultNullPointer;
   }
 
-  bool split = SplitSingle(roi, 15);
-  if (!float_kind) split = split && ombMultiCoreFlag(kernelSize) != 0;
-  RunBands(split, roi.height, [&](int, int first, int n) {
+  const SplitRule split = PassSplit(float_kind || ombMultiCoreFlag(kernelSize) != 0);
+  EachBand(split, roi, roi.height, [&](const Band<NoResult>& b) {
+    const int first = b.first_row, n = b.rows;
     ColumnJob job{arith, channels, reinterpret_cast<const void* const*>(ppSrc + first),
                   RowPtr(pDst, dstStep, first), dstStep, n, roi.width, pKernel,
                   kernelSize, divisor};

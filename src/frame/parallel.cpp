@@ -28,23 +28,27 @@ int ombCacheSize() {
   return bytes;
 }
 
-namespace {
-// The pixel count is the 32-bit product the thresholds were made for;
-// wrapped in unsigned arithmetic so a huge ROI cannot overflow.
-std::int64_t Pixels(OmbRoiSize roi) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(roi.width) *
-                                   static_cast<std::uint32_t>(roi.height));
-}
-}  // namespace
-
-bool SplitSingle(OmbRoiSize roi, int k) {
-  return Pixels(roi) >= (static_cast<std::int64_t>(ombThreadCount()) << k);
-}
-
-bool SplitTwo(OmbRoiSize roi) {
-  const std::int64_t p = Pixels(roi);
-  const std::int64_t t = ombThreadCount();
-  return (p >= (t << 15) && ombMultiCoreFlag() != 0) || p >= (t << 17);
+bool Splits(const SplitRule& rule, OmbRoiSize roi) {
+  using Measure = SplitRule::Measure;
+  const std::int64_t t = rule.by_band_count ? BandCount() : ombThreadCount();
+  std::int64_t measure = 0;
+  switch (rule.measure) {
+    case Measure::kSerial:
+      return false;
+    case Measure::kPixels:
+      // The 32-bit product the thresholds were made for, wrapped in
+      // unsigned arithmetic: a huge ROI may read as small or negative.
+      measure = static_cast<std::int32_t>(static_cast<std::uint32_t>(roi.width) *
+                                          static_cast<std::uint32_t>(roi.height));
+      break;
+    case Measure::kRows:
+      if (t < 2 || roi.width < rule.min_width) return false;
+      measure = roi.height;
+      break;
+  }
+  return (rule.multi_core_per_thread > 0 && measure >= t * rule.multi_core_per_thread &&
+          ombMultiCoreFlag() != 0) ||
+         (rule.per_thread > 0 && measure >= t * rule.per_thread);
 }
 
 }  // namespace omb

@@ -1,8 +1,9 @@
-// Band splitting: geometry, coverage, combine order, nesting, heap tables
-// and the split thresholds.
+// Band splitting: geometry, coverage, combine order, nesting, heap tables,
+// the missing-table path and the split rules.
 #include <gtest/gtest.h>
 #include <omp.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <vector>
@@ -35,6 +36,13 @@ int BandRows(int height, int n, int t) {
   return height / n + (t == n - 1 ? height % n : 0);
 }
 
+// A wider slot than one number, as the reductions use.
+struct Partial {
+  std::int64_t rows;
+  double row_sum;
+  std::int32_t first;
+};
+
 struct Outcome {
   std::vector<int> hits;  // per row
   int bands_combined = -1;
@@ -50,32 +58,30 @@ Outcome Fork(int height, std::vector<int>* first_rows = nullptr) {
   Outcome o;
   int n = 0;
   ombGetNumThreads(&n);
-  std::vector<int> firsts(n, -1);
-  const OmbResult st = omb::ForkBands(
+  std::vector<int> firsts(std::min(n, 64), -1);
+  omb::ForkBands<Partial>(
       height,
-      [&](const omb::Band& b) {
-        firsts[b.index] = b.first_row;
-        std::int64_t sum = 0;
+      [&](const omb::Band<Partial>& b) {
+        if (b.index < 64) firsts[b.index] = b.first_row;
         for (int y = b.first_row; y < b.first_row + b.rows; ++y) {
           ++hits[y];
-          sum += y;
+          b.slot->row_sum += y;
         }
-        b.slot->count = b.rows;
-        b.slot->value = static_cast<double>(sum);
+        b.slot->rows = b.rows;
+        b.slot->first = b.first_row;
       },
-      [&](const omb::BandSlot* slots, int bands) {
+      [&](const Partial* slots, int bands) {
         o.bands_combined = bands;
         o.slots_ok = bands <= omb::kStackBands ||
                      reinterpret_cast<std::uintptr_t>(slots) % omb::kBlockAlign == 0;
         for (int t = 0; t < bands; ++t) {  // band t's rows, in band order
           const std::int64_t first = std::int64_t{t} * (height / bands), rows = BandRows(height, bands, t);
-          o.slots_ok &= slots[t].count == rows &&
-                        slots[t].value == static_cast<double>(rows * first + rows * (rows - 1) / 2);
-          o.rows += slots[t].count;
-          o.row_sum += static_cast<std::int64_t>(slots[t].value);
+          o.slots_ok &= slots[t].rows == rows && slots[t].first == (rows ? first : 0) &&
+                        slots[t].row_sum == static_cast<double>(rows * first + rows * (rows - 1) / 2);
+          o.rows += slots[t].rows;
+          o.row_sum += static_cast<std::int64_t>(slots[t].row_sum);
         }
       });
-  EXPECT_EQ(st, ombResultOk);
   for (auto& h : hits) o.hits.push_back(h);
   if (first_rows) *first_rows = firsts;
   return o;
@@ -117,24 +123,81 @@ TEST(ForkBands, NestedInOuterParallelRegion) {
   omp_set_max_active_levels(saved_levels);
 }
 
-TEST(Split, SingleThreshold) {
-  const struct { int omp, lib; OmbRoiSize roi; int k; bool split; } cases[] = {
-      {1, 1, {1, 131071}, 17, false}, {1, 1, {1, 131072}, 17, true},
-      {1, 1, {131072, 1}, 17, true},  {1, 1, {511, 256}, 17, false},
-      {1, 1, {512, 256}, 17, true},   {1, 1, {1, 1}, 0, true},
-      {1, 3, {1, 393215}, 17, false}, {1, 3, {1, 393216}, 17, true},
-      {4, 1, {1, 524287}, 17, false}, {4, 1, {1, 524288}, 17, true},
+// A table of more than 32 slots that cannot be had (here: its size does
+// not fit an int) runs the whole ROI as one band on the calling thread.
+TEST(ForkBands, NoTableRunsOneBandHere) {
+  Threads t(1, 1 << 28);
+  const int team = threads_omp_of_n_omb;
+  threads_omp_of_n_omb = 2;  // the bands are never forked, keep the team small
+  std::vector<int> firsts;
+  const Outcome o = Fork(1000, &firsts);
+  threads_omp_of_n_omb = team;
+  EXPECT_EQ(o.bands_combined, 1);
+  EXPECT_TRUE(o.slots_ok);
+  EXPECT_EQ(o.hits, std::vector<int>(1000, 1));
+  EXPECT_EQ(firsts[0], 0);
+}
+
+// Every rule on one table: threads (OpenMP, library), ROI, split or not.
+TEST(Split, RulesAsData) {
+  using M = omb::SplitRule::Measure;
+  const int flag = ombGetNumCoresOnDie() == 1 ? 0 : ombGetNumCoresOnDie();
+  const bool mc = flag != 0;
+  const omb::SplitRule k17 = omb::SplitArea(17), two = omb::kSplitTwoTier;
+  const omb::SplitRule haar{.measure = M::kPixels, .per_thread = 22500, .by_band_count = true};
+  const omb::SplitRule rows3{.measure = M::kRows, .multi_core_per_thread = 128, .min_width = 256};
+  const omb::SplitRule rows5{.measure = M::kRows, .per_thread = 256, .multi_core_per_thread = 128,
+                             .min_width = 256};
+  const struct { omb::SplitRule rule; int omp, lib; OmbRoiSize roi; bool split; } cases[] = {
+      {omb::kSerial, 1, 1, {4096, 4096}, false},
+      {k17, 1, 1, {1, 131071}, false}, {k17, 1, 1, {1, 131072}, true},
+      {k17, 1, 1, {131072, 1}, true},  {k17, 1, 1, {511, 256}, false},
+      {k17, 1, 1, {512, 256}, true},   {omb::SplitArea(0), 1, 1, {1, 1}, true},
+      {k17, 1, 3, {1, 393215}, false}, {k17, 1, 3, {1, 393216}, true},
+      {k17, 4, 1, {1, 524287}, false}, {k17, 4, 1, {1, 524288}, true},
       // the pixel count is a 32-bit product: 2^32 wraps to 0, 2^31 to < 0
-      {1, 1, {65536, 65536}, 0, false}, {1, 1, {65536, 32768}, 0, false}};
+      {omb::SplitArea(0), 1, 1, {65536, 65536}, false},
+      {omb::SplitArea(0), 1, 1, {65536, 32768}, false},
+      {two, 1, 1, {1, 32767}, false}, {two, 1, 1, {1, 32768}, mc},
+      {two, 1, 1, {1, 131071}, mc},   {two, 1, 1, {1, 131072}, true},
+      {two, 2, 1, {1, 131072}, mc},
+      // the library count, not the OpenMP one
+      {haar, 1, 2, {150, 299}, false}, {haar, 1, 2, {150, 300}, true},
+      {haar, 4, 1, {150, 150}, true},
+      // rows: more than one thread and a wide enough ROI
+      {rows3, 2, 1, {256, 256}, mc},   {rows3, 2, 1, {255, 100000}, false},
+      {rows3, 1, 1, {256, 100000}, false}, {rows3, 2, 1, {4096, 255}, false},
+      {rows5, 2, 1, {256, 255}, false}, {rows5, 2, 1, {256, 511}, mc},
+      {rows5, 2, 1, {256, 512}, true},
+  };
   for (const auto& c : cases) {
     Threads t(c.omp, c.lib);
     EXPECT_EQ(omb::ombThreadCount(), std::max(c.omp, c.lib));
-    EXPECT_EQ(omb::SplitSingle(c.roi, c.k), c.split)
-        << c.roi.width << "x" << c.roi.height << " k=" << c.k << " threads " << c.omp << "/" << c.lib;
+    EXPECT_EQ(omb::Splits(c.rule, c.roi), c.split)
+        << &c - cases << ": " << c.roi.width << "x" << c.roi.height << " threads " << c.omp
+        << "/" << c.lib;
   }
 }
 
-TEST(Split, TwoThresholdsAndMultiCoreFlag) {
+// The serial rule runs one band of the whole ROI on the calling thread.
+TEST(Split, SerialIsOneBandHere) {
+  Threads t(4, 4);
+  int calls = 0;
+  omb::ReduceBands<std::int64_t>(
+      omb::kSerial, {7, 300},
+      [&](const omb::Band<std::int64_t>& b) {
+        ++calls;
+        EXPECT_FALSE(omp_in_parallel());
+        *b.slot = b.first_row * 1000 + b.rows;
+      },
+      [&](const std::int64_t* slots, int bands) {
+        EXPECT_EQ(bands, 1);
+        EXPECT_EQ(slots[0], 300);
+      });
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(Split, MultiCoreFlagAndCache) {
   Threads t(1, 1);
   const int cores = ombGetNumCoresOnDie();
   const int flag = cores == 1 ? 0 : cores;
@@ -144,10 +207,6 @@ TEST(Split, TwoThresholdsAndMultiCoreFlag) {
   int cache = 0;
   ombGetMaxCacheSizeB(&cache);
   EXPECT_EQ(omb::ombCacheSize(), cache);
-  EXPECT_FALSE(omb::SplitTwo({1, 32767}));
-  EXPECT_EQ(omb::SplitTwo({1, 32768}), flag != 0);
-  EXPECT_EQ(omb::SplitTwo({1, 131071}), flag != 0);
-  EXPECT_TRUE(omb::SplitTwo({1, 131072}));
 }
 
 }  // namespace
