@@ -16,12 +16,23 @@ inline T* RowPtr(T* base, int step, int y) {
                               static_cast<std::ptrdiff_t>(step) * y);
 }
 
-// One image argument as the kernels see it.
+// One image argument as the kernels see it: a pointer and its row step in
+// bytes, so that a job names each image once and cannot pair a pointer
+// with another image's step. Jobs that serve several pixel types carry
+// Plane<const void> / Plane<void> and the typed loop takes As<T>().
+// Jobs are filled with designated initialisers; a member that a job may
+// leave out carries its own `= {}`, so -Wextra reports any other omission.
 template <class T>
 struct Plane {
-  T* data;
-  int step;
+  T* data = nullptr;
+  int step = 0;
   T* Row(int y) const { return RowPtr(data, step, y); }
+  // The same image from row y on: what a band of rows sees.
+  Plane From(int y) const { return {Row(y), step}; }
+  template <class U>
+  Plane<U> As() const {
+    return {static_cast<U*>(data), step};
+  }
 };
 
 }  // namespace omb

@@ -15,7 +15,8 @@ OmbResult AbsDiff(const T* a, int aStep, const T* b, int bStep, T* dst,
   const OmbResult st =
       Checks(roi).In(a, aStep).In(b, bStep).Out(dst, dstStep).Status();
   if (st != ombResultOk) return st;
-  AbsDiffImage({kPixType<T>, a, aStep, b, bStep, dst, dstStep, roi, 0, 0.0f});
+  AbsDiffImage(
+      {.type = kPixType<T>, .a = {a, aStep}, .b = {b, bStep}, .dst = {dst, dstStep}, .roi = roi});
   return ombResultOk;
 }
 
@@ -26,7 +27,7 @@ OmbResult AbsDiffC(const T* src, int srcStep, T* dst, int dstStep,
                    OmbRoiSize roi, V value) {
   const OmbResult st = Checks(roi).In(src, srcStep).Out(dst, dstStep).Status();
   if (st != ombResultOk) return st;
-  AbsDiffJob job{kPixType<T>, src, srcStep, nullptr, 0, dst, dstStep, roi, 0, 0.0f};
+  AbsDiffJob job{.type = kPixType<T>, .a = {src, srcStep}, .dst = {dst, dstStep}, .roi = roi};
   if constexpr (std::numeric_limits<T>::is_integer) {
     job.value_int = std::clamp<V>(value, 0, std::numeric_limits<T>::max());
   } else {

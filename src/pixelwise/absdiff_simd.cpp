@@ -75,8 +75,8 @@ HWY_INLINE void AbsDiffRow(const T* a, const B& b, T* dst, int width) {
 template <class T, class MakeOperand>
 HWY_INLINE void AbsDiffRows(const AbsDiffJob& job, const MakeOperand& operand,
                             bool stream) {
-  const Plane<const T> a{static_cast<const T*>(job.a), job.a_step};
-  const Plane<T> dst{static_cast<T*>(job.dst), job.dst_step};
+  const auto a = job.a.As<const T>();
+  const auto dst = job.dst.As<T>();
   for (int y = 0; y < job.roi.height; ++y) {
     if (stream) {
       AbsDiffRow<true>(a.Row(y), operand(y), dst.Row(y), job.roi.width);
@@ -94,17 +94,17 @@ bool WantStream(const AbsDiffJob& job) {
   const hn::ScalableTag<T> d;
   const std::size_t vec = hn::Lanes(d) * sizeof(T);
   const std::int64_t bytes =
-      static_cast<std::int64_t>(job.dst_step) * job.roi.height;
+      static_cast<std::int64_t>(job.dst.step) * job.roi.height;
   return sizeof(T) == 4 && bytes >= (std::int64_t{64} << 20) &&
-         reinterpret_cast<std::uintptr_t>(job.dst) % vec == 0 &&
-         static_cast<std::size_t>(job.dst_step) % vec == 0;
+         reinterpret_cast<std::uintptr_t>(job.dst.data) % vec == 0 &&
+         static_cast<std::size_t>(job.dst.step) % vec == 0;
 }
 
 template <class T>
 void AbsDiffTyped(const AbsDiffJob& job) {
   const bool stream = WantStream<T>(job);
-  if (job.b != nullptr) {
-    const Plane<const T> b{static_cast<const T*>(job.b), job.b_step};
+  if (job.b.data != nullptr) {
+    const auto b = job.b.As<const T>();
     AbsDiffRows<T>(job, [&](int y) { return RowOperand<T>{b.Row(y)}; }, stream);
   } else {
     T value;

@@ -15,8 +15,8 @@ OmbResult Run(const AccumulateJob& job, OmbResult status) {
 template <class T>
 OmbResult Accumulate(AccOp op, const T* src, int srcStep, float* acc,
                      int accStep, OmbRoiSize roi, float alpha) {
-  return Run({op, kPixType<T>, src, srcStep, nullptr, 0, nullptr, 0, acc,
-              accStep, roi, alpha},
+  return Run({.op = op, .type = kPixType<T>, .src1 = {src, srcStep}, .acc = {acc, accStep},
+              .roi = roi, .alpha = alpha},
              Checks(roi).In(src, srcStep).Out(acc, accStep).Status());
 }
 
@@ -24,8 +24,8 @@ template <class T>
 OmbResult AccumulateMasked(AccOp op, const T* src, int srcStep,
                            const Omb8u* mask, int maskStep, float* acc,
                            int accStep, OmbRoiSize roi, float alpha) {
-  return Run({op, kPixType<T>, src, srcStep, nullptr, 0, mask, maskStep, acc,
-              accStep, roi, alpha},
+  return Run({.op = op, .type = kPixType<T>, .src1 = {src, srcStep}, .mask = {mask, maskStep},
+              .acc = {acc, accStep}, .roi = roi, .alpha = alpha},
              Checks(roi).In(src, srcStep).Mask(mask, maskStep)
                  .Out(acc, accStep).Status());
 }
@@ -34,8 +34,8 @@ template <class T>
 OmbResult AccumulateProduct(const T* src1, int src1Step, const T* src2,
                             int src2Step, float* acc, int accStep,
                             OmbRoiSize roi) {
-  return Run({AccOp::kProduct, kPixType<T>, src1, src1Step, src2, src2Step, nullptr, 0,
-              acc, accStep, roi, 0.0f},
+  return Run({.op = AccOp::kProduct, .type = kPixType<T>, .src1 = {src1, src1Step},
+              .src2 = {src2, src2Step}, .acc = {acc, accStep}, .roi = roi},
              Checks(roi).In(src1, src1Step).In(src2, src2Step)
                  .Out(acc, accStep).Status());
 }
@@ -45,8 +45,9 @@ OmbResult AccumulateProductMasked(const T* src1, int src1Step,
                                   const T* src2, int src2Step,
                                   const Omb8u* mask, int maskStep, float* acc,
                                   int accStep, OmbRoiSize roi) {
-  return Run({AccOp::kProduct, kPixType<T>, src1, src1Step, src2, src2Step, mask, maskStep,
-              acc, accStep, roi, 0.0f},
+  return Run({.op = AccOp::kProduct, .type = kPixType<T>, .src1 = {src1, src1Step},
+              .src2 = {src2, src2Step}, .mask = {mask, maskStep}, .acc = {acc, accStep},
+              .roi = roi},
              Checks(roi).In(src1, src1Step).In(src2, src2Step)
                  .Mask(mask, maskStep).Out(acc, accStep).Status());
 }

@@ -130,10 +130,10 @@ HWY_INLINE void AccumulateRow(const T* s1, const T* s2, const std::uint8_t* m,
 
 template <AccOp kOp, bool kMasked, class T>
 void AccumulateRows(const AccumulateJob& job) {
-  const Plane<const T> s1{static_cast<const T*>(job.src1), job.src1_step};
-  const Plane<const T> s2{static_cast<const T*>(job.src2), job.src2_step};
-  const Plane<const std::uint8_t> m{job.mask, job.mask_step};
-  const Plane<float> acc{job.acc, job.acc_step};
+  const auto s1 = job.src1.As<const T>();
+  const auto s2 = job.src2.As<const T>();
+  const Plane<const std::uint8_t> m = job.mask;
+  const Plane<float> acc = job.acc;
   const bool two = kOp == AccOp::kProduct;
   for (int y = 0; y < job.roi.height; ++y) {
     AccumulateRow<kOp, kMasked>(s1.Row(y), two ? s2.Row(y) : nullptr,
@@ -144,7 +144,7 @@ void AccumulateRows(const AccumulateJob& job) {
 
 template <AccOp kOp, class T>
 void AccumulateMasking(const AccumulateJob& job) {
-  if (job.mask != nullptr) {
+  if (job.mask.data != nullptr) {
     AccumulateRows<kOp, true, T>(job);
   } else {
     AccumulateRows<kOp, false, T>(job);

@@ -16,8 +16,12 @@ OmbResult UpdateMotionHistory(const T* sil, int silStep, float* mhi,
   if (st != ombResultOk) return st;
   // The threshold is rounded to single precision once, before the loop.
   const float threshold = timestamp - duration;
-  MotionHistoryImage({kPixType<T>, sil, silStep, mhi, mhiStep, roi, timestamp,
-                      threshold});
+  MotionHistoryImage({.type = kPixType<T>,
+                      .silhouette = {sil, silStep},
+                      .mhi = {mhi, mhiStep},
+                      .roi = roi,
+                      .timestamp = timestamp,
+                      .threshold = threshold});
   return ombResultOk;
 }
 

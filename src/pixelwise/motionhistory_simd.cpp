@@ -64,9 +64,8 @@ void MotionHistoryRows(const MotionHistoryJob& job) {
   const auto ts = hn::Set(df, job.timestamp);
   const auto th = hn::Set(df, job.threshold);
   const auto th_key = hn::Set(di, ref::OrderedKey(job.threshold));
-  const Plane<const T> sil{static_cast<const T*>(job.silhouette),
-                           job.silhouette_step};
-  const Plane<float> mhi{job.mhi, job.mhi_step};
+  const auto sil = job.silhouette.As<const T>();
+  const Plane<float> mhi = job.mhi;
   for (int y = 0; y < job.roi.height; ++y) {
     const T* s = sil.Row(y);
     float* h = mhi.Row(y);

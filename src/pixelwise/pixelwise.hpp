@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "frame/image.hpp"
 #include "frame/pixtype.hpp"
 #include "ombtypes.h"
 
@@ -14,15 +15,12 @@ namespace omb {
 // pixel range for integer types). a, b and dst share the element type.
 struct AbsDiffJob {
   PixType type;
-  const void* a;
-  int a_step;
-  const void* b;
-  int b_step;
-  void* dst;
-  int dst_step;
+  Plane<const void> a;
+  Plane<const void> b = {};  // null: the constant
+  Plane<void> dst;
   OmbRoiSize roi;
-  std::int32_t value_int;
-  float value_float;
+  std::int32_t value_int = 0;
+  float value_float = 0.0f;
 };
 void AbsDiffImage(const AbsDiffJob& job);
 
@@ -34,26 +32,20 @@ enum class AccOp { kAdd, kSquare, kProduct, kWeighted };
 struct AccumulateJob {
   AccOp op;
   PixType type;
-  const void* src1;
-  int src1_step;
-  const void* src2;
-  int src2_step;
-  const std::uint8_t* mask;  // null: unmasked
-  int mask_step;
-  float* acc;
-  int acc_step;
+  Plane<const void> src1;
+  Plane<const void> src2 = {};
+  Plane<const std::uint8_t> mask = {};  // null: unmasked
+  Plane<float> acc;
   OmbRoiSize roi;
-  float alpha;
+  float alpha = 0.0f;
 };
 void AccumulateImage(const AccumulateJob& job);
 
 // Moving pixels become timestamp; the others are cleared below threshold.
 struct MotionHistoryJob {
   PixType type;  // silhouette type: k8u, k16u or k32f
-  const void* silhouette;
-  int silhouette_step;
-  float* mhi;
-  int mhi_step;
+  Plane<const void> silhouette;
+  Plane<float> mhi;
   OmbRoiSize roi;
   float timestamp;
   float threshold;  // timestamp - mhiDuration, rounded once
