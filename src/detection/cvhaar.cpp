@@ -245,36 +245,32 @@ OmbResult Apply(const Tab* src, int srcStep, const Tab* tilted, int tiltedStep,
     }
   }
 
-  HaarJob job{};
-  job.arith = A;
-  job.upright = src;
-  job.upright_step = srcStep;
   // The tilted table's first row and column stand for coordinate -1.
-  job.tilted = mixed ? RowPtr(tilted, tiltedStep, 1) + 1 : src;
-  job.tilted_step = mixed ? tiltedStep : srcStep;
-  job.mixed = mixed;
-  job.norm = norm;
-  job.norm_step = normStep;
-  job.mask = mask;
-  job.mask_step = maskStep;
-  job.roi = roi;
+  HaarJob job{.arith = A,
+              .upright = {src, srcStep},
+              .tilted = mixed ? Plane<const void>{RowPtr(tilted, tiltedStep, 1) + 1, tiltedStep}
+                              : Plane<const void>{src, srcStep},
+              .mixed = mixed,
+              .norm = {norm, normStep},
+              .mask = {mask, maskStep},
+              .roi = roi,
+              .stage = st,
+              .offsets = offsets};
   if constexpr (A == HaarArith::kInt) {
     job.threshold_int = threshold;
   } else {
     job.threshold_float = threshold;
   }
-  job.stage = st;
-  job.offsets = offsets;
 
   std::int64_t count = 0;
   ReduceBands<std::int64_t>(
       A == HaarArith::kFloat && !mixed ? kFloatSplit : kSerial, roi,
       [&job](const Band<std::int64_t>& band) {
         HaarJob part = job;
-        part.upright = RowPtr(static_cast<const Tab*>(job.upright), job.upright_step, band.first_row);
-        part.tilted = RowPtr(static_cast<const Tab*>(job.tilted), job.tilted_step, band.first_row);
-        part.norm = RowPtr(static_cast<const N*>(job.norm), job.norm_step, band.first_row);
-        part.mask = RowPtr(job.mask, job.mask_step, band.first_row);
+        part.upright = job.upright.From(band.first_row);
+        part.tilted = job.tilted.From(band.first_row);
+        part.norm = job.norm.From(band.first_row);
+        part.mask = job.mask.From(band.first_row);
         part.roi.height = band.rows;
         *band.slot = HaarApplyRows(part);
       },

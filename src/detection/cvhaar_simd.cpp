@@ -209,9 +209,9 @@ std::int64_t ApplyRows(const HaarJob& job) {
   const std::ptrdiff_t* off = job.offsets;
   const N threshold = A == HaarArith::kInt ? static_cast<N>(job.threshold_int)
                                            : static_cast<N>(job.threshold_float);
-  const Plane<const Tab> up{static_cast<const Tab*>(job.upright), job.upright_step};
-  const Plane<const Tab> tilt{static_cast<const Tab*>(job.tilted), job.tilted_step};
-  const Plane<const N> norm{static_cast<const N*>(job.norm), job.norm_step};
+  const auto up = job.upright.As<const Tab>();
+  const auto tilt = job.tilted.As<const Tab>();
+  const auto norm = job.norm.As<const N>();
   const int width = job.roi.width;
 
   std::int64_t count = 0;
@@ -219,7 +219,7 @@ std::int64_t ApplyRows(const HaarJob& job) {
     const Tab* u = up.Row(y);
     const Tab* t = tilt.Row(y);
     const N* n = norm.Row(y);
-    std::uint8_t* m = RowPtr(job.mask, job.mask_step, y);
+    std::uint8_t* m = job.mask.Row(y);
     int x = 0;
     for (; x + lanes <= width; x += lanes) {
       if (x + 16 <= width && ZeroBytes16(m + x)) {

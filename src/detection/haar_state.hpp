@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/image.hpp"
 #include "ombtypes.h"
 
 namespace omb {
@@ -79,18 +80,14 @@ enum class HaarArith { kFloat, kIntFloat, kInt };
 // with the step of the table its classifier reads.
 struct HaarJob {
   HaarArith arith;
-  const void* upright;
-  int upright_step;
-  const void* tilted;
-  int tilted_step;
+  Plane<const void> upright;
+  Plane<const void> tilted;
   bool mixed;
-  const void* norm;
-  int norm_step;
-  std::uint8_t* mask;
-  int mask_step;
+  Plane<const void> norm;
+  Plane<std::uint8_t> mask;
   OmbRoiSize roi;
-  float threshold_float;
-  std::int32_t threshold_int;
+  float threshold_float = 0.0f;    // kFloat, kIntFloat
+  std::int32_t threshold_int = 0;  // kInt
   const void* stage;  // HaarStage<float> or HaarStage<int32_t>
   const std::ptrdiff_t* offsets;
 };

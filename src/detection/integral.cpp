@@ -26,8 +26,15 @@ OmbResult Integral(bool tilted, const Omb8u* src, int srcStep, TS* sum,
   checks.InUnaligned(src, srcStep).Row(sum, sumStep, cols);
   if constexpr (kTable<TQ> != TableType::kNone) checks.Row(sqr, sqrStep, cols);
   if (const OmbResult st = checks.Status(); st != ombResultOk) return st;
-  IntegralImage({src, srcStep, sum, sumStep, kTable<TS>, sqr, sqrStep, kTable<TQ>,
-                 roi, tilted, val, valSqr});
+  IntegralImage({.src = {src, srcStep},
+                 .sum = {sum, sumStep},
+                 .sum_type = kTable<TS>,
+                 .sqr = {sqr, sqrStep},
+                 .sqr_type = kTable<TQ>,
+                 .roi = roi,
+                 .tilted = tilted,
+                 .val = val,
+                 .val_sqr = valSqr});
   return ombResultOk;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "frame/image.hpp"
 #include "ombtypes.h"
 
 namespace omb {
@@ -12,13 +13,10 @@ namespace omb {
 enum class TableType { kNone, k32s, k32f, k64f };
 
 struct IntegralJob {
-  const std::uint8_t* src;
-  int src_step;
-  void* sum;
-  int sum_step;
+  Plane<const std::uint8_t> src;
+  Plane<void> sum;
   TableType sum_type;  // k32s or k32f
-  void* sqr;           // null when only the sum table is asked for
-  int sqr_step;
+  Plane<void> sqr;     // null when only the sum table is asked for
   TableType sqr_type;  // kNone, k32s or k64f
   OmbRoiSize roi;      // source size
   bool tilted;

@@ -192,9 +192,8 @@ HWY_INLINE void FillRow(T* row, int count, T value) {
 }
 
 template <bool kSquare, class T>
-void TiltedTable(const IntegralJob& job, T* table, int step, T val) {
-  const Plane<const std::uint8_t> src{job.src, job.src_step};
-  const Plane<T> dst{table, step};
+void TiltedTable(const IntegralJob& job, Plane<T> dst, T val) {
+  const Plane<const std::uint8_t> src = job.src;
   const int w = job.roi.width;
   FillRow(dst.Row(0), w + 2, val);
   FillRow(dst.Row(1), w + 2, val);
@@ -213,19 +212,18 @@ void IntegralTyped(const IntegralJob& job) {
   constexpr bool kSquares = !std::is_same_v<TQ, NoTable>;
   const TS val = static_cast<TS>(job.val);
   if (job.tilted) {
-    TiltedTable<false>(job, static_cast<TS*>(job.sum), job.sum_step, val);
+    TiltedTable<false>(job, job.sum.As<TS>(), val);
     if constexpr (kSquares) {
-      TiltedTable<true>(job, static_cast<TQ*>(job.sqr), job.sqr_step,
-                        static_cast<TQ>(job.val_sqr));
+      TiltedTable<true>(job, job.sqr.As<TQ>(), static_cast<TQ>(job.val_sqr));
     }
     return;
   }
-  const Plane<const std::uint8_t> src{job.src, job.src_step};
-  const Plane<TS> sum{static_cast<TS*>(job.sum), job.sum_step};
+  const Plane<const std::uint8_t> src = job.src;
+  const auto sum = job.sum.As<TS>();
   const int w = job.roi.width;
   FillRow(sum.Row(0), w + 1, val);
   if constexpr (kSquares) {
-    const Plane<TQ> sqr{static_cast<TQ*>(job.sqr), job.sqr_step};
+    const auto sqr = job.sqr.As<TQ>();
     const TQ val_sqr = static_cast<TQ>(job.val_sqr);
     FillRow(sqr.Row(0), w + 1, val_sqr);
     for (int y = 0; y < job.roi.height; ++y) {
