@@ -24,8 +24,14 @@ OmbResult Canny(const T* dx, int dxStep, const T* dy, int dyStep, Omb8u* dst,
                            .ParamIf(bad_thresholds, ombResultBadArgument)
                            .Status();
   if (st != ombResultOk) return st;
-  CannyImage({std::is_same<T, Omb32f>::value, dx, dxStep, dy, dyStep, dst, dstStep,
-              roi, low, high, buffer});
+  CannyImage({.is_float = std::is_same_v<T, Omb32f>,
+              .dx = {dx, dxStep},
+              .dy = {dy, dyStep},
+              .dst = {dst, dstStep},
+              .roi = roi,
+              .low = low,
+              .high = high,
+              .buffer = buffer});
   return ombResultOk;
 }
 

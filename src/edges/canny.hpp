@@ -4,18 +4,16 @@
 
 #include <cstdint>
 
+#include "frame/image.hpp"
 #include "ombtypes.h"
 
 namespace omb {
 
 struct CannyJob {
-  bool is_float;       // Omb32f derivatives, else Omb16s
-  const void* dx;
-  int dx_step;
-  const void* dy;
-  int dy_step;
-  std::uint8_t* dst;
-  int dst_step;
+  bool is_float;  // Omb32f derivatives, else Omb16s
+  Plane<const void> dx;
+  Plane<const void> dy;
+  Plane<std::uint8_t> dst;
   OmbRoiSize roi;
   float low;
   float high;

@@ -259,12 +259,12 @@ void CannyTyped(const CannyJob& job) {
   // The output is cleared as one span from the first pixel: every full row
   // step but the last, where only the ROI width is cleared, since a caller
   // may own no bytes past the last pixel of a tight image.
-  std::memset(job.dst, 0,
-              static_cast<std::size_t>(job.dst_step) * static_cast<std::size_t>(h - 1) +
+  std::memset(job.dst.data, 0,
+              static_cast<std::size_t>(job.dst.step) * static_cast<std::size_t>(h - 1) +
                   static_cast<std::size_t>(w));
 
-  const Plane<const T> dxp{static_cast<const T*>(job.dx), job.dx_step};
-  const Plane<const T> dyp{static_cast<const T*>(job.dy), job.dy_step};
+  const auto dxp = job.dx.As<const T>();
+  const auto dyp = job.dy.As<const T>();
   M* nil = nullptr;
   const M low = ref::CannyLow(job.low, nil);
   auto rows = [&](int y) { return CannyRows<T>{dxp.Row(y), dyp.Row(y), w, low}; };
@@ -282,7 +282,7 @@ void CannyTyped(const CannyJob& job) {
     std::uint8_t* map_row = map + map_step * (y + 1);
     map_row[0] = 0;
     map_row[w + 1] = 0;
-    NmsRow(rows(y), prev, cur, next, map_row, job.dst + static_cast<std::ptrdiff_t>(job.dst_step) * y,
+    NmsRow(rows(y), prev, cur, next, map_row, job.dst.Row(y),
            static_cast<std::uint32_t>(y + 1), job.high, stack);
     M* const old = prev;
     prev = cur;
@@ -294,7 +294,7 @@ void CannyTyped(const CannyJob& job) {
       std::memset(next, 0, sizeof(M) * static_cast<std::size_t>(map_step));
     }
   }
-  Track(stack, map, map_step, job.dst, job.dst_step);
+  Track(stack, map, map_step, job.dst.data, job.dst.step);
 }
 
 void CannyDispatch(const CannyJob& job) {

@@ -3,6 +3,7 @@
 // each kernel entry picks the best SIMD target at run time.
 #pragma once
 
+#include "frame/image.hpp"
 #include "frame/pixtype.hpp"
 #include "ombtypes.h"
 
@@ -18,10 +19,8 @@ enum GradientNorm : int { kNormC = 0, kNormL1 = 1, kNormL2 = 2 };
 // type (k8u, k16u or k32f); norm is one of GradientNorm.
 struct GradientColorJob {
   PixType type;
-  const void* src;
-  int src_step;
-  void* dst;
-  int dst_step;
+  Plane<const void> src;
+  Plane<void> dst;
   OmbRoiSize roi;
   int norm;
 };

@@ -18,7 +18,8 @@ OmbResult GradientColorToGray(const T* src, int srcStep, T* dst, int dstStep,
                    ombResultBadArgument)
           .Status();
   if (st != ombResultOk) return st;
-  GradientColorToGrayImage({kPixType<T>, src, srcStep, dst, dstStep, roi, norm});
+  GradientColorToGrayImage(
+      {.type = kPixType<T>, .src = {src, srcStep}, .dst = {dst, dstStep}, .roi = roi, .norm = norm});
   return ombResultOk;
 }
 

@@ -146,8 +146,8 @@ HWY_INLINE void GradBlock(D d, const T* src, T* dst) {
 
 template <int kNorm, class T>
 void GradRows(const GradientColorJob& job) {
-  const Plane<const T> src{static_cast<const T*>(job.src), job.src_step};
-  const Plane<T> dst{static_cast<T*>(job.dst), job.dst_step};
+  const auto src = job.src.As<const T>();
+  const auto dst = job.dst.As<T>();
   const hn::ScalableTag<T> d;
   const int n = static_cast<int>(hn::Lanes(d));
   const int w = job.roi.width;
@@ -164,8 +164,8 @@ void GradRows(const GradientColorJob& job) {
 
 template <int kNorm, class T>
 void GradRows(const GradientColorJob& job) {
-  const Plane<const T> src{static_cast<const T*>(job.src), job.src_step};
-  const Plane<T> dst{static_cast<T*>(job.dst), job.dst_step};
+  const auto src = job.src.As<const T>();
+  const auto dst = job.dst.As<T>();
   for (int y = 0; y < job.roi.height; ++y) {
     ref::GradRow<kNorm>(src.Row(y), dst.Row(y), job.roi.width);
   }
