@@ -47,14 +47,11 @@ OmbResult CopySubpix(const S* pSrc, int srcStep, D* pDst, int dstStep,
   const OmbResult st =
       Checks(roi).InUnaligned(pSrc, srcStep).Out(pDst, dstStep).Status();
   if (st != ombResultOk) return st;
-  SubpixBlock job{};
-  job.kind = KindOf<S, D>();
-  job.src = pSrc;
-  job.src_step = srcStep;
-  job.dst = pDst;
-  job.dst_step = dstStep;
-  job.width = roi.width;
-  job.height = roi.height;
+  SubpixBlock job{.kind = KindOf<S, D>(),
+                  .src = {pSrc, srcStep},
+                  .dst = {pDst, dstStep},
+                  .width = roi.width,
+                  .height = roi.height};
   SetWeights<D>(job, ref::SubpixFraction(dx), ref::SubpixFraction(dy), scale);
   SubpixBlockRun(job);
   return ombResultOk;
@@ -122,20 +119,19 @@ OmbResult CopySubpixIntersect(const S* pSrc, int srcStep, OmbRoiSize srcRoi,
   pMax->y = ay.hi;
   if (ax.lo > ax.hi || ay.lo > ay.hi) return ombResultOk;
 
-  SubpixBlock job{};
-  job.kind = KindOf<S, D>();
   // Source sample (ix + lo.x, iy + lo.y): inside the source, since the
   // block is.
-  job.src = reinterpret_cast<const std::uint8_t*>(pSrc) +
-            static_cast<std::ptrdiff_t>(srcStep) * (ay.origin + ay.lo) +
-            static_cast<std::ptrdiff_t>(sizeof(S)) * (ax.origin + ax.lo);
-  job.src_step = srcStep;
-  job.dst = reinterpret_cast<std::uint8_t*>(pDst) +
-            static_cast<std::ptrdiff_t>(dstStep) * ay.lo +
-            static_cast<std::ptrdiff_t>(sizeof(D)) * ax.lo;
-  job.dst_step = dstStep;
-  job.width = ax.hi - ax.lo + 1;
-  job.height = ay.hi - ay.lo + 1;
+  SubpixBlock job{.kind = KindOf<S, D>(),
+                  .src = {reinterpret_cast<const std::uint8_t*>(pSrc) +
+                              static_cast<std::ptrdiff_t>(srcStep) * (ay.origin + ay.lo) +
+                              static_cast<std::ptrdiff_t>(sizeof(S)) * (ax.origin + ax.lo),
+                          srcStep},
+                  .dst = {reinterpret_cast<std::uint8_t*>(pDst) +
+                              static_cast<std::ptrdiff_t>(dstStep) * ay.lo +
+                              static_cast<std::ptrdiff_t>(sizeof(D)) * ax.lo,
+                          dstStep},
+                  .width = ax.hi - ax.lo + 1,
+                  .height = ay.hi - ay.lo + 1};
   SetWeights<D>(job, ax.frac, ay.frac, scale);
   SubpixBlockRun(job);
   return ombResultOk;

@@ -9,6 +9,8 @@
 
 #include <cstdint>
 
+#include "frame/image.hpp"
+
 namespace omb {
 
 // Source and destination element types of the six members.
@@ -16,18 +18,17 @@ enum class SubpixKind { k8u, k8u16u, k8u32f, k16u, k16u32f, k32f };
 
 struct SubpixBlock {
   SubpixKind kind;
-  const void* src;  // s00 of the block's first pixel
-  int src_step;     // bytes; any value (16- and 32-bit sources unaligned)
-  void* dst;        // the block's first destination pixel
-  int dst_step;     // bytes
-  int width;        // >= 1
-  int height;       // >= 1
+  Plane<const void> src;  // s00 of the block's first pixel; any step (16- and
+                          // 32-bit sources unaligned)
+  Plane<void> dst;        // the block's first destination pixel
+  int width;              // >= 1
+  int height;             // >= 1
   // Integer kinds: Q14 weights w00, w10, w01, w11 (each 0 .. 16385) and the
   // shift 14 + scaleFactor (14 for the members without a scale factor).
-  int w[4];
-  int shift;
+  int w[4] = {};
+  int shift = 0;
   // Float kinds: w00, w10, w01, w11.
-  float wf[4];
+  float wf[4] = {};
 };
 
 void SubpixBlockRun(const SubpixBlock& job);

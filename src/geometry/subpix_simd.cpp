@@ -251,8 +251,8 @@ void RunKind(const SubpixBlock& job, const Rows& r) {
 }  // namespace
 
 void SubpixBlockDispatch(const SubpixBlock& job) {
-  const Rows r{static_cast<const std::uint8_t*>(job.src), job.src_step,
-               static_cast<std::uint8_t*>(job.dst), job.dst_step};
+  const Rows r{static_cast<const std::uint8_t*>(job.src.data), job.src.step,
+               static_cast<std::uint8_t*>(job.dst.data), job.dst.step};
   switch (job.kind) {
     case SubpixKind::k8u: return RunKind<std::uint8_t, std::uint8_t>(job, r);
     case SubpixKind::k8u16u: return RunKind<std::uint8_t, std::uint16_t>(job, r);
