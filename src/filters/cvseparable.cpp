@@ -100,12 +100,20 @@ OmbResult RowPass(const RowArgs& f, const TS* pSrc, int srcStep, TD** ppDst, Omb
   std::uint8_t* areas = AlignBuffer(pBuffer);
   const std::int64_t area = f.area(kernelSize);
   EachBand(split, roi, rows, [&](const Band<NoResult>& b) {
-    const int index = b.index, first = b.first_row, n = b.rows;
-    RowJob job{f.arith, f.channels, RowPtr(pSrc, srcStep, first),
-               srcStep, reinterpret_cast<void* const*>(ppDst + first), n,
-               roi.width, pKernel, kernelSize, xAnchor, borderType, borderValue,
-               divisor, areas + index * area};
-    FilterRows(job);
+    FilterRows({.arith = f.arith,
+                .channels = f.channels,
+                .src = RowPtr(pSrc, srcStep, b.first_row),
+                .src_step = srcStep,
+                .dst = reinterpret_cast<void* const*>(ppDst + b.first_row),
+                .rows = b.rows,
+                .width = roi.width,
+                .kernel = pKernel,
+                .ksize = kernelSize,
+                .anchor = xAnchor,
+                .border = borderType,
+                .border_value = borderValue,
+                .divisor = divisor,
+                .strips = areas + b.index * area});
   });
   if (rows < roi.height && f.float_kind) return ombResultNullPointer;
   return ombResultOk;
@@ -153,11 +161,16 @@ OmbResult ColumnPass(SepArith arith, int channels, const TS** ppSrc, TD* pDst, i
 
   const SplitRule split = PassSplit(float_kind || ombMultiCoreFlag(kernelSize) != 0);
   EachBand(split, roi, roi.height, [&](const Band<NoResult>& b) {
-    const int first = b.first_row, n = b.rows;
-    ColumnJob job{arith, channels, reinterpret_cast<const void* const*>(ppSrc + first),
-                  RowPtr(pDst, dstStep, first), dstStep, n, roi.width, pKernel,
-                  kernelSize, divisor};
-    FilterColumns(job);
+    FilterColumns({.arith = arith,
+                   .channels = channels,
+                   .src = reinterpret_cast<const void* const*>(ppSrc + b.first_row),
+                   .dst = RowPtr(pDst, dstStep, b.first_row),
+                   .dst_step = dstStep,
+                   .rows = b.rows,
+                   .width = roi.width,
+                   .kernel = pKernel,
+                   .ksize = kernelSize,
+                   .divisor = divisor});
   });
   return ombResultOk;
 }
