@@ -79,8 +79,13 @@ void RectStdDevRows(const TS* sum, int sumStep, const TQ* sqr, int sqrStep,
     TD* out = RowPtr(dst, dstStep, i);
     int j = 0;
     if constexpr (std::is_same_v<TQ, double> && std::is_same_v<TD, float>) {
-      j = StdDevRowSimd({{sr[0], sr[1], sr[2], sr[3]}, {qr[0], qr[1], qr[2], qr[3]}, out,
-                         roi.width, area, kTilted, std::is_same_v<TS, float>});
+      j = StdDevRowSimd({.sum = {sr[0], sr[1], sr[2], sr[3]},
+                         .sqr = {qr[0], qr[1], qr[2], qr[3]},
+                         .out = out,
+                         .width = roi.width,
+                         .area = area,
+                         .tilted = kTilted,
+                         .float_sum = std::is_same_v<TS, float>});
     }
     for (; j < roi.width; ++j) {
       TS t;

@@ -267,7 +267,9 @@ void CannyTyped(const CannyJob& job) {
   const auto dyp = job.dy.As<const T>();
   M* nil = nullptr;
   const M low = ref::CannyLow(job.low, nil);
-  auto rows = [&](int y) { return CannyRows<T>{dxp.Row(y), dyp.Row(y), w, low}; };
+  auto rows = [&](int y) {
+    return CannyRows<T>{.dx = dxp.Row(y), .dy = dyp.Row(y), .width = w, .low = low};
+  };
 
   M* prev = ring;
   M* cur = ring + stride;
