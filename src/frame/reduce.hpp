@@ -17,6 +17,11 @@
 // the low-precision pipeline filters and the 16-bit generated kernels.
 // Their results are defined modulo 2^32.
 //
+// Split calls (ReduceBands, frame/parallel.hpp) keep the rule across
+// bands: each band's slot holds the accumulator the rule asks for, and the
+// calling thread adds the slots in band order in that same type, so a
+// split call returns what the serial call returns for integer data.
+//
 // Vector code follows the same rule lane by lane: a 32-bit lane takes only
 // as many terms as Int32Terms allows before it is widened into 64-bit
 // lanes, and a lane reduction (SumOfLanes) runs only on lanes whose total
