@@ -93,7 +93,7 @@ namespace detail {
 template <class Slot, class Body, class Combine>
 void OneBand(int height, const Body& body, const Combine& combine) {
   Slot slot{};
-  if (height > 0) body(Band<Slot>{0, 0, height, &slot});
+  if (height > 0) body(Band<Slot>{.index = 0, .first_row = 0, .rows = height, .slot = &slot});
   combine(static_cast<const Slot*>(&slot), 1);
 }
 }  // namespace detail
@@ -136,9 +136,10 @@ void ForkBands(int height, const Body& body, const Combine& combine) {
     if (table != nullptr) {
       const int granted = omp_get_num_threads();
       for (int t = omp_get_thread_num(); t < bands; t += granted) {
-        const Band<Slot> band{t, t * band_rows,
-                              band_rows + (t == bands - 1 ? remainder : 0),
-                              new (&table[t]) Slot{}};
+        const Band<Slot> band{.index = t,
+                              .first_row = t * band_rows,
+                              .rows = band_rows + (t == bands - 1 ? remainder : 0),
+                              .slot = new (&table[t]) Slot{}};
         if (band.rows > 0) body(band);
       }
     }

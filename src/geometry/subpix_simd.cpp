@@ -42,13 +42,11 @@ namespace {
 // Rows of one block: row y of the source (s00 row), the row below it, and
 // the destination row.
 struct Rows {
-  const std::uint8_t* src;
-  std::ptrdiff_t src_step;
-  std::uint8_t* dst;
-  std::ptrdiff_t dst_step;
-  const std::uint8_t* S0(int y) const { return src + src_step * y; }
-  const std::uint8_t* S1(int y) const { return src + src_step * (y + 1); }
-  std::uint8_t* D(int y) const { return dst + dst_step * y; }
+  Plane<const std::uint8_t> src;
+  Plane<std::uint8_t> dst;
+  const std::uint8_t* S0(int y) const { return src.Row(y); }
+  const std::uint8_t* S1(int y) const { return src.Row(y + 1); }
+  std::uint8_t* D(int y) const { return dst.Row(y); }
 };
 
 template <class S, class D>
@@ -251,8 +249,7 @@ void RunKind(const SubpixBlock& job, const Rows& r) {
 }  // namespace
 
 void SubpixBlockDispatch(const SubpixBlock& job) {
-  const Rows r{static_cast<const std::uint8_t*>(job.src.data), job.src.step,
-               static_cast<std::uint8_t*>(job.dst.data), job.dst.step};
+  const Rows r{.src = job.src.As<const std::uint8_t>(), .dst = job.dst.As<std::uint8_t>()};
   switch (job.kind) {
     case SubpixKind::k8u: return RunKind<std::uint8_t, std::uint8_t>(job, r);
     case SubpixKind::k8u16u: return RunKind<std::uint8_t, std::uint16_t>(job, r);
