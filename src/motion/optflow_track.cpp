@@ -56,21 +56,14 @@ struct Traits8u {
   static constexpr int kScale = -7;
 };
 
-struct Traits16u {
-  using Pix = std::uint16_t;
+// The float members: 16u or 32f levels, float windows and gradients.
+template <class P>
+struct TraitsFloat {
+  using Pix = P;
   using Win = float;
   using Grad = float;
   static constexpr double kErrorScale = 1.0;
-  static constexpr SubpixKind kSample = SubpixKind::k16u32f;
-  static constexpr int kScale = 0;
-};
-
-struct Traits32f {
-  using Pix = float;
-  using Win = float;
-  using Grad = float;
-  static constexpr double kErrorScale = 1.0;
-  static constexpr SubpixKind kSample = SubpixKind::k32f;
+  static constexpr SubpixKind kSample = sizeof(P) == 2 ? SubpixKind::k16u32f : SubpixKind::k32f;
   static constexpr int kScale = 0;
 };
 
@@ -420,9 +413,9 @@ OmbResult OptFlowTrack(const OptFlowCall& call) {
     case PixType::k8u:
       return TrackAll<Traits8u>(call);
     case PixType::k16u:
-      return TrackAll<Traits16u>(call);
+      return TrackAll<TraitsFloat<std::uint16_t>>(call);
     default:
-      return TrackAll<Traits32f>(call);
+      return TrackAll<TraitsFloat<float>>(call);
   }
 }
 
