@@ -178,12 +178,15 @@ HWY_NOINLINE void PassRow(const BandIo<S, Out>& io, const BorderedRow<S>& src, I
   const int n = static_cast<int>(hn::Lanes(di));
   const int w = io.width;
   const Out out = io.out;
+  const S* const row = src.row;  // one pixel per element here
+  const S* const right = src.right;
+  const int right_first = src.right_first;
   Step<F, kColumn>(di, out, src.Left(-r), 0, a_new, b_new, pa, pb, dst);
   int x = n;
-  for (; x + n + r <= w; x += n) Step<F, kColumn>(di, out, src.Mid(x - r), x, a_new, b_new, pa, pb, dst);
+  for (; x + n + r <= w; x += n) Step<F, kColumn>(di, out, row + x - r, x, a_new, b_new, pa, pb, dst);
   for (; x < w; x += n) {
     const int q = std::min(x, w - n);
-    Step<F, kColumn>(di, out, src.Right(q - r), q, a_new, b_new, pa, pb, dst);
+    Step<F, kColumn>(di, out, right + (q - r - right_first), q, a_new, b_new, pa, pb, dst);
   }
 }
 

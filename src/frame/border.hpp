@@ -17,8 +17,10 @@
 // constant border is a row of the border value, kept with the ring.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "frame/carve.hpp"
 #include "frame/image.hpp"
@@ -68,12 +70,26 @@ inline int BorderIndex(int i, int n, int border) {
 template <class T>
 void BorderFill(const T* line, int width, int channels, int border, const T* value, int first,
                 int count, T* out) {
-  for (int i = 0; i < count; ++i) {
+  // The positions inside the line form one run, copied as it is; only the
+  // made-up ones go through the rule.
+  int in_lo = 0, in_hi = 0;  // out positions [in_lo, in_hi) lie inside the line
+  if (line != nullptr) {
+    in_lo = std::min(std::max(-first, 0), count);
+    in_hi = std::max(std::min(width - first, count), in_lo);
+  }
+  auto made_up = [&](int i) {
     const int x = line == nullptr ? -1 : BorderIndex(first + i, width, border);
     for (int c = 0; c < channels; ++c) {
       out[i * channels + c] = x < 0 ? value[c] : line[x * channels + c];
     }
+  };
+  for (int i = 0; i < in_lo; ++i) made_up(i);
+  if (in_hi > in_lo) {
+    std::memcpy(out + static_cast<std::ptrdiff_t>(in_lo) * channels,
+                line + static_cast<std::ptrdiff_t>(first + in_lo) * channels,
+                sizeof(T) * static_cast<std::size_t>(in_hi - in_lo) * channels);
   }
+  for (int i = in_hi; i < count; ++i) made_up(i);
 }
 
 // How far a kernel reads around a row. Runs that start left of pixel 0 end
