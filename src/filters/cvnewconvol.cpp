@@ -9,9 +9,10 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "filters/border.hpp"
 #include "filters/buffer_size.hpp"
 #include "filters/newconvol.hpp"
+#include "frame/border.hpp"
+#include "frame/carve.hpp"
 #include "frame/check.hpp"
 #include "frame/parallel.hpp"
 #include "ombcv.h"
@@ -78,17 +79,50 @@ bool PerThreadBytes(SizeRule rule, OmbRoiSize roi, int k, std::int64_t* bytes) {
   return true;
 }
 
-// The one body of every buffer-size query: T * (B + 32).
+// The carving of a call's work buffer: after aligning it to 32 bytes, one
+// slice per band, band t's at t * stride. stride <= B + 1, so T slices end
+// within the reported T * (B + 32).
+std::uint8_t* Slices(Carver& c, SizeRule rule, OmbRoiSize roi, int k, int bands,
+                     std::int64_t* stride) {
+  *stride = (CoreBytes(rule, roi, k) + 1) & ~std::int64_t{31};
+  return c.TakeSlots(bands, *stride, 32);
+}
+
+// T * (B + 32), or -1 when it does not fit an int.
+std::int64_t ReportedSize(SizeRule rule, OmbRoiSize roi, int k) {
+  std::int64_t b = 0;
+  if (!PerThreadBytes(rule, roi, k, &b)) return -1;
+  const int t = ombThreadCount();
+  Carver plan = Carver::Plan(32);
+  std::int64_t stride = 0;
+  Slices(plan, rule, roi, k, t, &stride);
+  const std::int64_t total = ReportedBytes(std::int64_t{t} * (b + 32), plan);
+  return total > INT_MAX ? -1 : total;
+}
+
+// The one body of every buffer-size query.
 OmbResult BufferSize(SizeRule rule, OmbRoiSize roi, int mask, int* pBufferSize) {
   if (pBufferSize == nullptr) return ombResultNullPointer;
   if (roi.width < 1 || roi.height < 1) return ombResultBadSize;
   if (mask != 33 && mask != 55) return ombResultBadMaskSize;
-  std::int64_t b = 0;
-  if (!PerThreadBytes(rule, roi, mask / 10, &b)) return ombResultBadSize;
-  const std::int64_t total = std::int64_t{ombThreadCount()} * (b + 32);
-  if (total > INT_MAX) return ombResultBadSize;
+  const std::int64_t total = ReportedSize(rule, roi, mask / 10);
+  if (total < 0) return ombResultBadSize;
   *pBufferSize = static_cast<int>(total);
   return ombResultOk;
+}
+
+SizeRule RuleOf(FixedKind kind, FixedOut out) {
+  const bool fl = out == FixedOut::k32f;
+  switch (kind) {
+    case FixedKind::kLaplacian:
+      return fl ? SizeRule::kLaplacian32f
+                : (out == FixedOut::k8s ? SizeRule::kLaplacian8u8s : SizeRule::kLaplacian8u16s);
+    case FixedKind::kScharrHoriz:
+    case FixedKind::kScharrVert:
+      return fl ? SizeRule::kScharr32f : SizeRule::kScharr8u;
+    default:
+      return fl ? SizeRule::kSobel32f : SizeRule::kSobel8u;
+  }
 }
 
 template <class D> constexpr FixedOut kOut = FixedOut::k32f;
@@ -104,6 +138,23 @@ SplitRule RowSplit(int k) {
           .per_thread = k == 5 ? 256 : 0,
           .multi_core_per_thread = 128,
           .min_width = 256};
+}
+
+// Runs a checked call in bands when RowSplit says so, else as one band.
+// `bytes` < 0: the caller's buffer has the reported size (a slice for every
+// band of the current count); else bands run only when the block holds a
+// slice for each.
+OmbResult RunFilter(const FixedJob& job, SizeRule rule, std::uint8_t* block, std::int64_t bytes) {
+  const int k = job.mask;
+  Carver carver(block, 32);
+  std::int64_t stride = 0;
+  std::uint8_t* const base = Slices(carver, rule, job.roi, k, BandCount(), &stride);
+  const bool fits = bytes < 0 || carver.Bytes() <= bytes;
+  EachBand(fits ? RowSplit(k) : kSerial, job.roi, job.roi.height,
+           [&](const Band<NoResult>& band) {
+             FixedFilterBand(job, band.first_row, band.rows, base + band.index * stride);
+           });
+  return ombResultOk;
 }
 
 // The one front of every filter. `divisor` is null for the forms without
@@ -136,18 +187,19 @@ OmbResult Filter(FixedKind kind, SizeRule rule, const S* pSrc, int srcStep, D* p
                      border,
                      static_cast<float>(borderValue),
                      divisor != nullptr ? 1.0f / static_cast<float>(*divisor) : 1.0f};
-  // Band t's slice starts t * stride bytes after the 32-byte aligned start;
-  // stride <= B + 1, so T slices end within the reported T * (B + 32).
-  const std::int64_t stride = (CoreBytes(rule, roi, k) + 1) & ~std::int64_t{31};
-  std::uint8_t* const base = reinterpret_cast<std::uint8_t*>(
-      (reinterpret_cast<std::uintptr_t>(pBuffer) + 31) & ~std::uintptr_t{31});
-  EachBand(RowSplit(k), roi, roi.height, [&](const Band<NoResult>& band) {
-    FixedFilterBand(job, band.first_row, band.rows, base + band.index * stride);
-  });
-  return ombResultOk;
+  return RunFilter(job, rule, pBuffer, -1);
 }
 
 }  // namespace
+
+std::int64_t FixedBufferBytes(FixedKind kind, FixedOut out, OmbRoiSize roi, int k) {
+  return ReportedSize(RuleOf(kind, out), roi, k);
+}
+
+OmbResult FixedFilterRun(const FixedJob& job, std::uint8_t* block, std::int64_t bytes) {
+  return RunFilter(job, RuleOf(job.kind, job.out), block, bytes);
+}
+
 }  // namespace omb
 
 using omb::FixedKind;

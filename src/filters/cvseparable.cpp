@@ -5,18 +5,19 @@
 // anchor before the step; the column pass tests pBuffer and the source row
 // pointers last), then split the rows into bands. Every band runs the same
 // kernel on its own rows and, for the row pass, on its own slice of the
-// work buffer: after aligning the buffer to 32 bytes, band t's edge strips
-// start t * P bytes further on, P being the per-thread kernel area that the
-// buffer size reports. That stays within the reported size for any band
-// count up to the sizing thread count. The reported size also reserves
-// room for per-thread copies of the row-pointer arrays, which a 64-bit
-// build never makes: the bands index the caller's arrays directly.
+// work buffer (RowAreas): after aligning the buffer to 32 bytes, band t's
+// bordered-row strips start t * P bytes further on, P being the per-thread
+// kernel area that the buffer size reports. That stays within the reported
+// size for any band count up to the sizing thread count. The reported size
+// also reserves room for per-thread copies of the row-pointer arrays, which
+// a 64-bit build never makes: the bands index the caller's arrays directly.
 #include <algorithm>
 #include <cstdint>
 
-#include "filters/border.hpp"
 #include "filters/buffer_size.hpp"
 #include "filters/separable.hpp"
+#include "frame/border.hpp"
+#include "frame/carve.hpp"
 #include "frame/check.hpp"
 #include "frame/image.hpp"
 #include "frame/parallel.hpp"
@@ -46,11 +47,6 @@ OmbResult BufferSize(OmbRoiSize roi, int k, int* size, std::int64_t (*area)(int)
   return ombResultOk;
 }
 
-std::uint8_t* AlignBuffer(std::uint8_t* p) {
-  const auto a = reinterpret_cast<std::uintptr_t>(p);
-  return p + ((32 - (a & 31)) & 31);
-}
-
 // Both passes split by width x height >= T x 2^15 unless their rule
 // rules it out: the 16s row pass for kernels under 4 taps, the float row
 // pass and the integer column passes on a one-core die for 3 and 5 taps.
@@ -63,6 +59,28 @@ struct RowArgs {
   bool align_tested;
   std::int64_t (*area)(int);   // per-thread kernel area
 };
+
+// The row pass's carving: `bands` areas of P bytes each after aligning the
+// buffer to 32 bytes, P the kernel area of the size table (never less than
+// the bordered-row strips take, whatever the width and anchor).
+template <class TS>
+std::uint8_t* RowAreas(Carver& c, const RowArgs& f, int k, int bands, std::int64_t* area) {
+  *area = std::max(f.area(k),
+                   BorderRows<TS>::Bytes(RowPassBorder<TS>(1, 1, f.channels, k, 0, ombBorderReplicate)));
+  return c.TakeSlots(bands, *area, 1);
+}
+
+template <class TS>
+OmbResult RowBufferSize(const RowArgs& f, OmbRoiSize roi, int k, int* size) {
+  if (const OmbResult st = BufferSize(roi, k, size, f.area); st != ombResultOk) return st;
+  Carver plan = Carver::Plan(32);
+  std::int64_t area = 0;
+  RowAreas<TS>(plan, f, k, ombThreadCount(), &area);
+  const std::int64_t bytes = ReportedBytes(*size, plan);
+  if (bytes > INT32_MAX) return ombResultBadSize;
+  *size = static_cast<int>(bytes);
+  return ombResultOk;
+}
 
 // Border values of a C1 call are passed by value; the front keeps them in
 // a local and hands its address on like the C3 pointer.
@@ -97,8 +115,9 @@ OmbResult RowPass(const RowArgs& f, const TS* pSrc, int srcStep, TD** ppDst, Omb
   const SplitRule split =
       PassSplit((f.arith != SepArith::k16s || kernelSize >= 4) &&
                 (f.arith != SepArith::k32f || ombMultiCoreFlag(kernelSize) != 0));
-  std::uint8_t* areas = AlignBuffer(pBuffer);
-  const std::int64_t area = f.area(kernelSize);
+  Carver carver(pBuffer, 32);
+  std::int64_t area = 0;
+  std::uint8_t* const areas = RowAreas<TS>(carver, f, kernelSize, BandCount(), &area);
   EachBand(split, roi, rows, [&](const Band<NoResult>& b) {
     FilterRows({.arith = f.arith,
                 .channels = f.channels,
@@ -267,28 +286,28 @@ OMB_API OmbResult ombiFilterColumnPipeline_32f_C3R(const Omb32f** ppSrc, Omb32f*
 // ---- Buffer sizes --------------------------------------------------------
 
 OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_8u16s_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize) {
-  return omb::BufferSize(roiSize, kernelSize, pBufferSize, omb::AreaShort);
+  return omb::RowBufferSize<Omb8u>(omb::Row8u16s<1>, roiSize, kernelSize, pBufferSize);
 }
 OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_8u16s_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize) {
-  return omb::BufferSize(roiSize, kernelSize, pBufferSize, omb::AreaRow8u16sC3);
+  return omb::RowBufferSize<Omb8u>(omb::Row8u16s<3>, roiSize, kernelSize, pBufferSize);
 }
 OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_16s_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize) {
-  return omb::BufferSize(roiSize, kernelSize, pBufferSize, omb::AreaRow16sC1);
+  return omb::RowBufferSize<Omb16s>(omb::Row16s<1>, roiSize, kernelSize, pBufferSize);
 }
 OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_16s_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize) {
-  return omb::BufferSize(roiSize, kernelSize, pBufferSize, omb::AreaRow16sC3);
+  return omb::RowBufferSize<Omb16s>(omb::Row16s<3>, roiSize, kernelSize, pBufferSize);
 }
 OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_Low_16s_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize) {
-  return omb::BufferSize(roiSize, kernelSize, pBufferSize, omb::AreaRowLowC1);
+  return omb::RowBufferSize<Omb16s>(omb::RowLow<1>, roiSize, kernelSize, pBufferSize);
 }
 OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_Low_16s_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize) {
-  return omb::BufferSize(roiSize, kernelSize, pBufferSize, omb::AreaRowLowC3);
+  return omb::RowBufferSize<Omb16s>(omb::RowLow<3>, roiSize, kernelSize, pBufferSize);
 }
 OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_32f_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize) {
-  return omb::BufferSize(roiSize, kernelSize, pBufferSize, omb::AreaRow32fC1);
+  return omb::RowBufferSize<Omb32f>(omb::Row32f<1>, roiSize, kernelSize, pBufferSize);
 }
 OMB_API OmbResult ombiFilterRowBorderPipelineGetBufferSize_32f_C3R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize) {
-  return omb::BufferSize(roiSize, kernelSize, pBufferSize, omb::AreaRow32fC3);
+  return omb::RowBufferSize<Omb32f>(omb::Row32f<3>, roiSize, kernelSize, pBufferSize);
 }
 OMB_API OmbResult ombiFilterColumnPipelineGetBufferSize_16s_C1R(OmbRoiSize roiSize, int kernelSize, int* pBufferSize) {
   return omb::BufferSize(roiSize, kernelSize, pBufferSize, omb::AreaShort);

@@ -47,4 +47,15 @@ struct FixedJob {
 void FixedFilterBand(const FixedJob& job, int first_row, int rows,
                      std::uint8_t* slice);
 
+// The filters for internal callers, on arguments they have checked
+// themselves. The work buffer size as the fronts report it for a mask side
+// k (3 or 5), or -1 when it exceeds an int.
+std::int64_t FixedBufferBytes(FixedKind kind, FixedOut out, OmbRoiSize roi, int k);
+// Runs the job on a work block of `bytes` bytes: in bands when the fronts
+// would split the call and the block holds a slice for every band of the
+// current thread count, else as one band (any block of FixedBufferBytes for
+// some thread count holds that), so a thread count raised since the block
+// was sized costs no allocation.
+OmbResult FixedFilterRun(const FixedJob& job, std::uint8_t* block, std::int64_t bytes);
+
 }  // namespace omb

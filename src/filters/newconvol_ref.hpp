@@ -30,8 +30,10 @@
 #include <cstring>
 #include <type_traits>
 
-#include "filters/border.hpp"
 #include "filters/newconvol.hpp"
+#include "frame/border.hpp"
+#include "frame/carve.hpp"
+#include "frame/image.hpp"
 
 HWY_BEFORE_NAMESPACE();
 namespace omb {
@@ -255,33 +257,48 @@ struct BandIo {
   S border_value;
   Out out;
 
-  // Source row of extended row index j (the border rule applied to the row
-  // index), or null for a row of the constant border value.
-  const S* SourceRow(int j) const {
-    const int k = BorderIndex(j, height, border);
-    if (k < 0) return nullptr;
-    return reinterpret_cast<const S*>(reinterpret_cast<const std::uint8_t*>(src) +
-                                      static_cast<std::ptrdiff_t>(src_step) * k);
+  typename Out::Dst* DestRow(int y) const { return RowPtr(dst, dst_step, y); }
+  // The band's bordered source rows: `reach` around each row, rows above
+  // and below made up by the border rule.
+  typename BorderRows<S>::Shape Border(BorderReach reach) const {
+    return {width, height, 1, border, reach, 1, true, 32};
   }
-  typename Out::Dst* DestRow(int y) const {
-    return reinterpret_cast<typename Out::Dst*>(
-        reinterpret_cast<std::uint8_t*>(dst) + static_cast<std::ptrdiff_t>(dst_step) * y);
+};
+
+// A band's slice of the work buffer: the ring of K row-filtered rows per
+// plane, then the storage of the bordered source rows. `border` is null on
+// a planning carver.
+template <class F, class S>
+struct Slice {
+  using I = InterOf<S>;
+  I* ring;
+  std::size_t row_elems;  // ring row pitch in elements
+  std::uint8_t* border;
+
+  Slice(Carver& c, int width, const typename BorderRows<S>::Shape& shape) {
+    row_elems = Align32(sizeof(I) * width) / sizeof(I);
+    ring = c.Take<I>(F::kPlanes * F::kSize * static_cast<std::int64_t>(row_elems), 32);
+    border = c.Take<std::uint8_t>(BorderRows<S>::Bytes(shape), 32);
   }
-  // Pixel i of a row extended by the border rule (row null: constant row).
-  S Ext(const S* row, int i) const {
-    if (row != nullptr && static_cast<unsigned>(i) < static_cast<unsigned>(width)) return row[i];
-    const int k = row == nullptr ? -1 : BorderIndex(i, width, border);
-    return k < 0 ? border_value : row[k];
-  }
+  I* Slot(int plane, int j) const { return ring + (plane * F::kSize + FloorMod(j, F::kSize)) * row_elems; }
 };
 
 namespace ref {
 
+// The scalar routine reads every source row whole: its left strip spans
+// the row and the right strip (the last r made-up pixels) follows it.
+template <class F>
+constexpr BorderReach WholeRow(int width) {
+  return {F::kSize / 2, F::kSize / 2, width, 0};
+}
+
 // Bytes the scalar band routine takes from its slice.
 template <class F, class S>
 std::size_t SliceBytes(int width) {
-  return F::kPlanes * F::kSize * Align32(sizeof(InterOf<S>) * width) +
-         Align32(sizeof(S) * (width + F::kSize - 1));
+  Carver plan = Carver::Plan(1);
+  const BandIo<S, To32f> io{nullptr, 0, nullptr, 0, width, 1, ombBorderConstant, S{}, To32f{}};
+  Slice<F, S>(plan, width, io.Border(WholeRow<F>(width)));
+  return static_cast<std::size_t>(plan.Bytes());
 }
 
 // Output rows [y0, y0 + rows): every needed source row is bordered into a
@@ -294,18 +311,14 @@ void Band(const BandIo<S, Out>& io, int y0, int rows, std::uint8_t* slice) {
   constexpr int K = F::kSize, r = K / 2;
   const Ops o;
   const int w = io.width;
-  const std::size_t row_bytes = Align32(sizeof(I) * w);
-  I* const ring = reinterpret_cast<I*>(slice);
-  const std::size_t plane_elems = K * row_bytes / sizeof(I);
-  S* const ext = reinterpret_cast<S*>(slice + F::kPlanes * K * row_bytes);
-  auto slot = [&](int plane, int j) {
-    return ring + plane * plane_elems + FloorMod(j, K) * (row_bytes / sizeof(I));
-  };
+  Carver carver(slice, 1);
+  const auto shape = io.Border(WholeRow<F>(w));
+  const Slice<F, S> sl(carver, w, shape);
+  BorderRows<S> src({io.src, io.src_step}, shape, &io.border_value, sl.border);
   auto filter_row = [&](int j) {
-    const S* src = io.SourceRow(j);
-    for (int i = 0; i < w + 2 * r; ++i) ext[i] = io.Ext(src, i - r);
-    I* a = slot(0, j);
-    I* b = slot(1, j);
+    const S* ext = src.Row(j).Left(-r);
+    I* a = sl.Slot(0, j);
+    I* b = sl.Slot(1, j);
     for (int x = 0; x < w; ++x) {
       auto get = [&](int i) { return static_cast<I>(ext[x + i]); };
       a[x] = ApplyTaps<typename F::Row0>(o, get);
@@ -318,8 +331,8 @@ void Band(const BandIo<S, Out>& io, int y0, int rows, std::uint8_t* slice) {
     const I* pa[K];
     const I* pb[K];
     for (int i = 0; i < K; ++i) {
-      pa[i] = slot(0, y - r + i);
-      pb[i] = slot(1, y - r + i);
+      pa[i] = sl.Slot(0, y - r + i);
+      pb[i] = sl.Slot(1, y - r + i);
     }
     typename Out::Dst* d = io.DestRow(y);
     for (int x = 0; x < w; ++x) {

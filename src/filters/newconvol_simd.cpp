@@ -11,15 +11,16 @@
 // image width, everything the pass touches besides the source and the
 // output stays in the first-level cache.
 //
-// Borders. Only the first vector and the last two vectors of a row read
-// pixels made up by the border rule: they read small bordered copies of the
-// row's ends (left: N + 2r pixels, right: 2N + 2r) built per row; the
-// interior vectors read the source row itself. The last vector is shifted
-// left to end at the last pixel, recomputing a few pixels with identical
-// values. Rows above and below the ROI come from the border rule applied to
-// the row index; a constant border row is a row of the border value kept in
-// the slice. Images narrower than one vector take the scalar band routine
-// of newconvol_ref.hpp, which has the same arithmetic in the same order.
+// Borders. The source rows come from the frame's bordered-row source. Only
+// the first vector and the last two vectors of a row read pixels made up by
+// the border rule: they read its strips (left: N + 2r pixels, right:
+// 2N + 2r); the interior vectors read the source row itself. The last
+// vector is shifted left to end at the last pixel, recomputing a few pixels
+// with identical values. Rows above and below the ROI come from the border
+// rule applied to the row index; a constant border row is the source's row
+// of the border value. Images narrower than one vector take the scalar band
+// routine of newconvol_ref.hpp, which has the same arithmetic in the same
+// order.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "filters/newconvol_simd.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -164,30 +165,37 @@ HWY_INLINE void Step(DI di, const Out& out, const S* HWY_RESTRICT e, int x,
   }
 }
 
-// One extended source row (src null: constant row `row`): its first
-// vector reads the left strip, the interior the row itself, and the last
-// vectors the right strip, the very last shifted to end at the last pixel.
+// One bordered source row: its first vector reads the left strip, the
+// interior the row itself (or the constant row), and the last vectors the
+// right strip, the very last shifted to end at the last pixel.
 template <class F, bool kColumn, class S, class Out>
-HWY_NOINLINE void PassRow(const BandIo<S, Out>& io, const S* src, const S* row, S* left,
-                          S* right, InterOf<S>* a_new, InterOf<S>* b_new,
-                          const InterOf<S>* const* pa, const InterOf<S>* const* pb,
-                          typename Out::Dst* dst) {
+HWY_NOINLINE void PassRow(const BandIo<S, Out>& io, const BorderedRow<S>& src, InterOf<S>* a_new,
+                          InterOf<S>* b_new, const InterOf<S>* const* pa,
+                          const InterOf<S>* const* pb, typename Out::Dst* dst) {
   using DI = hn::ScalableTag<InterOf<S>>;
   constexpr int r = F::kSize / 2;
   const DI di;
   const int n = static_cast<int>(hn::Lanes(di));
   const int w = io.width;
-  const int right_x = w - 2 * n;  // output position whose pixels start right[]
-  for (int i = 0; i < n + 2 * r; ++i) left[i] = io.Ext(src, i - r);
-  for (int i = 0; i < 2 * n + 2 * r; ++i) right[i] = io.Ext(src, right_x - r + i);
   const Out out = io.out;
-  Step<F, kColumn>(di, out, left, 0, a_new, b_new, pa, pb, dst);
+  const S* const row = src.row;  // one pixel per element here
+  const S* const right = src.right;
+  const int right_first = src.right_first;
+  Step<F, kColumn>(di, out, src.Left(-r), 0, a_new, b_new, pa, pb, dst);
   int x = n;
   for (; x + n + r <= w; x += n) Step<F, kColumn>(di, out, row + x - r, x, a_new, b_new, pa, pb, dst);
   for (; x < w; x += n) {
     const int q = std::min(x, w - n);
-    Step<F, kColumn>(di, out, right + (q - right_x), q, a_new, b_new, pa, pb, dst);
+    Step<F, kColumn>(di, out, right + (q - r - right_first), q, a_new, b_new, pa, pb, dst);
   }
+}
+
+// The strips: the first vector reads positions [-r, N + r), the last ones
+// start no further left than w - 2N - r.
+template <class F>
+BorderReach VecReach(int n) {
+  constexpr int r = F::kSize / 2;
+  return {r, r, n + r, 2 * n + r};
 }
 
 template <class F, class S, class Out>
@@ -195,36 +203,27 @@ void BandVec(const BandIo<S, Out>& io, int y0, int rows, std::uint8_t* slice) {
   using I = InterOf<S>;
   constexpr int K = F::kSize, r = K / 2;
   const int n = static_cast<int>(hn::Lanes(hn::ScalableTag<I>()));
-  const int w = io.width;
-  if (w < n) return ref::Band<F>(io, y0, rows, slice);
+  if (io.width < n) return ref::Band<F>(io, y0, rows, slice);
 
-  // Slice: rings (plane 0, plane 1), constant row, left and right strips.
-  const std::size_t row_elems = Align32(sizeof(I) * w) / sizeof(I);
-  I* const ring = reinterpret_cast<I*>(slice);
-  std::uint8_t* p = slice + F::kPlanes * K * row_elems * sizeof(I);
-  S* const const_row = reinterpret_cast<S*>(p);
-  p += Align32(sizeof(S) * w);
-  S* const left = reinterpret_cast<S*>(p);
-  p += Align32(sizeof(S) * (n + 2 * r));
-  S* const right = reinterpret_cast<S*>(p);
-  if (io.border == ombBorderConstant) std::fill(const_row, const_row + w, io.border_value);
+  Carver carver(slice, 1);
+  const auto shape = io.Border(VecReach<F>(n));
+  const Slice<F, S> sl(carver, io.width, shape);
+  BorderRows<S> src({io.src, io.src_step}, shape, &io.border_value, sl.border);
 
-  auto slot = [&](int plane, int j) { return ring + (plane * K + FloorMod(j, K)) * row_elems; };
-  // Row-filters extended source row j into its ring slots and, when `dst`
+  // Row-filters bordered source row j into its ring slots and, when `dst`
   // is given, forms that output row from the window ending at j.
   auto pass = [&](int j, typename Out::Dst* dst) {
-    const S* src = io.SourceRow(j);
     const I* pa[K];
     const I* pb[K];
     for (int i = 0; i < K; ++i) {
-      pa[i] = slot(0, j - K + 1 + i);
-      pb[i] = slot(1, j - K + 1 + i);
+      pa[i] = sl.Slot(0, j - K + 1 + i);
+      pb[i] = sl.Slot(1, j - K + 1 + i);
     }
-    const S* row = src != nullptr ? src : const_row;
+    const BorderedRow<S> row = src.Row(j);
     if (dst == nullptr) {
-      PassRow<F, false>(io, src, row, left, right, slot(0, j), slot(1, j), pa, pb, dst);
+      PassRow<F, false>(io, row, sl.Slot(0, j), sl.Slot(1, j), pa, pb, dst);
     } else {
-      PassRow<F, true>(io, src, row, left, right, slot(0, j), slot(1, j), pa, pb, dst);
+      PassRow<F, true>(io, row, sl.Slot(0, j), sl.Slot(1, j), pa, pb, dst);
     }
   };
   for (int j = y0 - r; j < y0 + r; ++j) pass(j, nullptr);

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "frame/border.hpp"
+
 namespace omb {
 
 // How a pass turns its weighted sums into output pixels (source ->
@@ -36,6 +38,18 @@ struct RowJob {
   std::uint8_t* strips;       // the band's own part of the work buffer
 };
 void FilterRows(const RowJob& job);
+
+// The bordered rows of the row pass: outputs whose taps leave the row read
+// the strips, which reach k - 1 pixels into the row at either end (so one
+// strip serves every output near its edge); the interior is read in place.
+// The strips need the same bytes whatever the width and anchor.
+template <class T>
+typename BorderRows<T>::Shape RowPassBorder(int width, int rows, int channels, int ksize,
+                                            int anchor, int border) {
+  return {width, rows, channels, border,
+          BorderReach{anchor, ksize - 1 - anchor, ksize - 1, ksize - 1},
+          1, false, static_cast<int>(alignof(T))};
+}
 
 // One band of the column pass.
 struct ColumnJob {

@@ -1,14 +1,12 @@
 // Plain scalar forms of the pipeline passes: the arithmetic of one output
-// element, the edge strips of the row pass, and a scalar span that the
-// vector code uses for the few elements after its last full vector and for
-// the edge strips.
+// element and a scalar span that the vector code uses for the few elements
+// after its last full vector and for the edge strips of the row pass.
 #pragma once
 
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
 
-#include "filters/border.hpp"
 
 namespace omb {
 namespace ref {
@@ -119,19 +117,6 @@ void Span(const A& a, const Taps& taps, int ksize, int begin, int end,
     typename A::Acc s = a.Product(0, taps.Ptr(0)[m]);
     for (int j = 1; j < ksize; ++j) s = A::Add(s, a.Product(j, taps.Ptr(j)[m]));
     out[m] = a.Finish(s);
-  }
-}
-
-// Pixels first .. first + count - 1 of the row extended by the border
-// rule, each of `channels` elements, into out.
-template <class T>
-void BuildStrip(const T* src, int width, int channels, int border, const T* value,
-                int first, int count, T* out) {
-  for (int i = 0; i < count; ++i) {
-    const int x = BorderIndex(first + i, width, border);
-    for (int c = 0; c < channels; ++c) {
-      out[i * channels + c] = x < 0 ? value[c] : src[x * channels + c];
-    }
   }
 }
 

@@ -11,9 +11,9 @@
 // Elements after the last full vector go through the scalar span.
 //
 // The row pass reads interior outputs straight from the source row; only
-// the outputs whose span leaves the row are computed from two small edge
-// strips built from the border rule in the band's own part of the work
-// buffer (the same span routine, scalar since the strips are short).
+// the outputs whose span leaves the row are computed from the two strips of
+// the frame's bordered row, kept in the band's own part of the work buffer
+// (the same span routine, scalar since the strips are short).
 //
 // Per-arithmetic traits load and widen source elements, multiply, add and
 // convert the sums to the destination type; integer sums wrap in unsigned
@@ -29,6 +29,7 @@
 
 #include "filters/separable.hpp"
 #include "filters/separable_ref.hpp"
+#include "frame/border.hpp"
 #include "frame/image.hpp"
 
 HWY_BEFORE_NAMESPACE();
@@ -196,32 +197,27 @@ void Rows(const RowJob& job, const A& a) {
   using TS = typename A::Src;
   using TD = typename A::Dst;
   const int c = job.channels, w = job.width, k = job.ksize, anchor = job.anchor;
-  const TS* value = static_cast<const TS*>(job.border_value);
   // Outputs [0, left_end) reach left of the row, [right_begin, w) right of
-  // it; both strips exist only when some output needs them.
+  // it.
   const int left_end = std::min(anchor, w);
   const int right_begin = std::max(w - k + anchor + 1, left_end);
-  const int left_len = anchor + k - 1;  // positions -anchor .. k - 2
-  const int right_first = std::max(w - k + 1, 0);
-  const int right_len = w + k - anchor - 1 - right_first;
-  TS* left = reinterpret_cast<TS*>(job.strips);
-  TS* right = left + static_cast<std::ptrdiff_t>(left_len) * c;
+  BorderRows<TS> rows({static_cast<const TS*>(job.src), job.src_step},
+                      RowPassBorder<TS>(w, job.rows, c, k, anchor, job.border),
+                      static_cast<const TS*>(job.border_value), job.strips);
   TD* const* dst = reinterpret_cast<TD* const*>(job.dst);
   for (int y = 0; y < job.rows; ++y) {
-    const TS* src = RowPtr(static_cast<const TS*>(job.src), job.src_step, y);
+    const BorderedRow<TS> row = rows.Row(y);
     TD* out = dst[y];
     if (left_end > 0) {
-      ref::BuildStrip(src, w, c, job.border, value, -anchor, left_len, left);
-      ref::Span(a.s, ref::RowTaps<TS>{left, c}, k, 0, left_end * c, out);
+      ref::Span(a.s, ref::RowTaps<TS>{row.Left(-anchor), c}, k, 0, left_end * c, out);
     }
     if (right_begin > left_end) {
-      Span(a, ref::RowTaps<TS>{src + (left_end - anchor) * c, c}, k,
+      Span(a, ref::RowTaps<TS>{row.Mid(left_end - anchor), c}, k,
            (right_begin - left_end) * c, out + left_end * c);
     }
     if (right_begin < w) {
-      ref::BuildStrip(src, w, c, job.border, value, right_first, right_len, right);
-      ref::Span(a.s, ref::RowTaps<TS>{right + (right_begin - anchor - right_first) * c, c},
-                k, 0, (w - right_begin) * c, out + right_begin * c);
+      ref::Span(a.s, ref::RowTaps<TS>{row.Right(right_begin - anchor), c}, k, 0,
+                (w - right_begin) * c, out + right_begin * c);
     }
   }
 }

@@ -25,10 +25,35 @@ template <> constexpr SubpixKind KindOf<Omb16u, Omb16u>() { return SubpixKind::k
 template <> constexpr SubpixKind KindOf<Omb16u, Omb32f>() { return SubpixKind::k16u32f; }
 template <> constexpr SubpixKind KindOf<Omb32f, Omb32f>() { return SubpixKind::k32f; }
 
-// Weights of the fractions fx, fy for the member's arithmetic.
-template <class D>
+// Element bytes of a kind's source and destination.
+int SrcBytes(SubpixKind k) {
+  switch (k) {
+    case SubpixKind::k8u:
+    case SubpixKind::k8u16u:
+    case SubpixKind::k8u32f:
+      return 1;
+    case SubpixKind::k16u:
+    case SubpixKind::k16u32f:
+      return 2;
+    default:
+      return 4;
+  }
+}
+int DstBytes(SubpixKind k) {
+  switch (k) {
+    case SubpixKind::k8u:
+      return 1;
+    case SubpixKind::k8u16u:
+    case SubpixKind::k16u:
+      return 2;
+    default:
+      return 4;
+  }
+}
+
+// Weights of the fractions fx, fy for the kind's arithmetic.
 void SetWeights(SubpixBlock& job, float fx, float fy, int scale) {
-  if (std::is_same<D, Omb32f>::value) {
+  if (DstBytes(job.kind) == 4) {
     ref::SubpixWeightsFloat(fx, fy, job.wf);
     std::fill(job.w, job.w + 4, 0);
     job.shift = 0;
@@ -47,13 +72,7 @@ OmbResult CopySubpix(const S* pSrc, int srcStep, D* pDst, int dstStep,
   const OmbResult st =
       Checks(roi).InUnaligned(pSrc, srcStep).Out(pDst, dstStep).Status();
   if (st != ombResultOk) return st;
-  SubpixBlock job{.kind = KindOf<S, D>(),
-                  .src = {pSrc, srcStep},
-                  .dst = {pDst, dstStep},
-                  .width = roi.width,
-                  .height = roi.height};
-  SetWeights<D>(job, ref::SubpixFraction(dx), ref::SubpixFraction(dy), scale);
-  SubpixBlockRun(job);
+  SubpixCopy(KindOf<S, D>(), pSrc, srcStep, pDst, dstStep, roi, dx, dy, scale);
   return ombResultOk;
 }
 
@@ -111,33 +130,52 @@ OmbResult CopySubpixIntersect(const S* pSrc, int srcStep, OmbRoiSize srcRoi,
                            .SizeIf(win.width < 1 || win.height < 1)
                            .Status();
   if (st != ombResultOk) return st;
-  const Axis ax = IntersectAxis(point.x, win.width, srcRoi.width);
-  const Axis ay = IntersectAxis(point.y, win.height, srcRoi.height);
-  pMin->x = ax.lo;
-  pMin->y = ay.lo;
-  pMax->x = ax.hi;
-  pMax->y = ay.hi;
-  if (ax.lo > ax.hi || ay.lo > ay.hi) return ombResultOk;
-
-  // Source sample (ix + lo.x, iy + lo.y): inside the source, since the
-  // block is.
-  SubpixBlock job{.kind = KindOf<S, D>(),
-                  .src = {reinterpret_cast<const std::uint8_t*>(pSrc) +
-                              static_cast<std::ptrdiff_t>(srcStep) * (ay.origin + ay.lo) +
-                              static_cast<std::ptrdiff_t>(sizeof(S)) * (ax.origin + ax.lo),
-                          srcStep},
-                  .dst = {reinterpret_cast<std::uint8_t*>(pDst) +
-                              static_cast<std::ptrdiff_t>(dstStep) * ay.lo +
-                              static_cast<std::ptrdiff_t>(sizeof(D)) * ax.lo,
-                          dstStep},
-                  .width = ax.hi - ax.lo + 1,
-                  .height = ay.hi - ay.lo + 1};
-  SetWeights<D>(job, ax.frac, ay.frac, scale);
-  SubpixBlockRun(job);
+  SubpixIntersect(KindOf<S, D>(), pSrc, srcStep, srcRoi, pDst, dstStep, win, point, pMin, pMax,
+                  scale);
   return ombResultOk;
 }
 
 }  // namespace
+
+void SubpixCopy(SubpixKind kind, const void* src, int src_step, void* dst, int dst_step,
+                OmbRoiSize roi, float dx, float dy, int scale) {
+  SubpixBlock job{.kind = kind,
+                  .src = {src, src_step},
+                  .dst = {dst, dst_step},
+                  .width = roi.width,
+                  .height = roi.height};
+  SetWeights(job, ref::SubpixFraction(dx), ref::SubpixFraction(dy), scale);
+  SubpixBlockRun(job);
+}
+
+void SubpixIntersect(SubpixKind kind, const void* src, int src_step, OmbRoiSize src_roi,
+                     void* dst, int dst_step, OmbRoiSize win, OmbPoint32f point, OmbPoint* lo,
+                     OmbPoint* hi, int scale) {
+  const Axis ax = IntersectAxis(point.x, win.width, src_roi.width);
+  const Axis ay = IntersectAxis(point.y, win.height, src_roi.height);
+  lo->x = ax.lo;
+  lo->y = ay.lo;
+  hi->x = ax.hi;
+  hi->y = ay.hi;
+  if (ax.lo > ax.hi || ay.lo > ay.hi) return;
+
+  // Source sample (ix + lo.x, iy + lo.y): inside the source, since the
+  // block is.
+  SubpixBlock job{.kind = kind,
+                  .src = {static_cast<const std::uint8_t*>(src) +
+                              static_cast<std::ptrdiff_t>(src_step) * (ay.origin + ay.lo) +
+                              static_cast<std::ptrdiff_t>(SrcBytes(kind)) * (ax.origin + ax.lo),
+                          src_step},
+                  .dst = {static_cast<std::uint8_t*>(dst) +
+                              static_cast<std::ptrdiff_t>(dst_step) * ay.lo +
+                              static_cast<std::ptrdiff_t>(DstBytes(kind)) * ax.lo,
+                          dst_step},
+                  .width = ax.hi - ax.lo + 1,
+                  .height = ay.hi - ay.lo + 1};
+  SetWeights(job, ax.frac, ay.frac, scale);
+  SubpixBlockRun(job);
+}
+
 }  // namespace omb
 
 extern "C" {

@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "frame/image.hpp"
+#include "ombtypes.h"
 
 namespace omb {
 
@@ -32,5 +33,17 @@ struct SubpixBlock {
 };
 
 void SubpixBlockRun(const SubpixBlock& job);
+
+// The two families on arguments their caller has checked (as the fronts
+// check them). SubpixCopy fills the roi-sized destination from the source at
+// the fractions of dx, dy; SubpixIntersect fills the part of the win-sized
+// window centred on `point` that lies inside the source and reports it in
+// *lo and *hi (lo > hi: nothing filled). `scale` is the scale factor of the
+// 16u results of 8u sources, 0 elsewhere.
+void SubpixCopy(SubpixKind kind, const void* src, int src_step, void* dst, int dst_step,
+                OmbRoiSize roi, float dx, float dy, int scale);
+void SubpixIntersect(SubpixKind kind, const void* src, int src_step, OmbRoiSize src_roi,
+                     void* dst, int dst_step, OmbRoiSize win, OmbPoint32f point, OmbPoint* lo,
+                     OmbPoint* hi, int scale);
 
 }  // namespace omb

@@ -1,7 +1,7 @@
 // Vector window sums of the 8-bit tracker, dispatched to the best target.
 // Rows are processed a vector at a time; the last, partial vector of a row
 // is loaded whole and its lanes beyond the rectangle are zeroed, so the
-// work slices keep a padding after every array (see cvoptflowpyrlk.cpp).
+// work slices keep a padding after every array (OptFlowSlice).
 // Row sums are exact (frame/reduce.hpp): each vector step forms pairwise
 // 16x16 -> 32-bit products, which fit 32-bit lanes, and widens them into
 // 64-bit lanes before anything is added up, so the results equal the plain

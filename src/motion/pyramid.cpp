@@ -49,7 +49,11 @@ OmbResult BufSize(bool down, int width, int dataType, int channels, int* out) {
   if (width < 1) return ombResultBadSize;
   if (channels != 1 && channels != 3) return ombResultBadChannelCount;
   if (dataType != 1 && dataType != 2 && dataType != 9) return ombResultBadDataType;
-  const std::int64_t bytes = down ? PyrDownBufferBytes(width, channels) : PyrUpBufferBytes(width, channels);
+  Carver plan = Carver::Plan(16);
+  std::int64_t pitch = 0;
+  PyrRows(plan, down, width, channels, &pitch);
+  const std::int64_t bytes = ReportedBytes(
+      down ? PyrDownBufferBytes(width, channels) : PyrUpBufferBytes(width, channels), plan);
   // A size that an int cannot report is refused as a size error.
   if (bytes > INT_MAX) return ombResultBadSize;
   *out = static_cast<int>(bytes);

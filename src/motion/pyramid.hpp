@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "frame/carve.hpp"
 #include "ombtypes.h"
 
 namespace omb {
@@ -43,6 +44,14 @@ inline std::int64_t PyrDownBufferBytes(int width, int channels) {
 }
 inline std::int64_t PyrUpBufferBytes(int width, int channels) {
   return PyrRowBytes(8 * std::int64_t{channels} * width) * 3 + 32;
+}
+
+// The carving of the work buffer: after aligning it to 16 bytes, six rows
+// of R = roundup16(4 x C x w) bytes (down) or three of roundup16(8 x C x w)
+// (up), R returned in *pitch.
+inline std::uint8_t* PyrRows(Carver& c, bool down, int width, int channels, std::int64_t* pitch) {
+  *pitch = PyrRowBytes((down ? 4 : 8) * std::int64_t{channels} * width);
+  return c.Take<std::uint8_t>(*pitch * (down ? 6 : 3), 16);
 }
 
 // One call of a fixed operator on checked arguments; roi is the source size.

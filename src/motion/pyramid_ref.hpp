@@ -31,6 +31,8 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "frame/border.hpp"
+
 namespace omb {
 namespace ref {
 
@@ -50,8 +52,8 @@ struct PyrAcc<float> {
   using type = float;
 };
 
-// Reduction index rule, n >= 3: mirror without repeating the edge.
-inline int MirrorDown(int i, int n) { return i < 0 ? -i : (i >= n ? 2 * (n - 1) - i : i); }
+// Reduction index rule, n >= 3: the mirror border (the edge not repeated).
+inline int MirrorDown(int i, int n) { return BorderIndex(i, n, ombBorderMirror); }
 
 // ---- Reduction -------------------------------------------------------------
 
@@ -102,7 +104,7 @@ inline T VDownOneRowAt(Acc h0, Acc h1) {
 
 // Horizontal filter of an interleaved row at element e (pixel e / C): the
 // even output (pixel 2x) and the odd one (pixel 2x + 1). Left neighbour
-// mirrored, right neighbour repeated.
+// by the mirror border, right neighbour by the replicate border.
 template <class T>
 inline void HUpAt(const T* s, int w, int C, int e, typename PyrAcc<T>::type* even,
                   typename PyrAcc<T>::type* odd) {
@@ -112,8 +114,8 @@ inline void HUpAt(const T* s, int w, int C, int e, typename PyrAcc<T>::type* eve
     *even = *odd = static_cast<Acc>(s[e] * Acc{8});
     return;
   }
-  const int l = x == 0 ? e + C : e - C;
-  const int r = x == w - 1 ? e : e + C;
+  const int l = e + (BorderIndex(x - 1, w, ombBorderMirror) - x) * C;
+  const int r = e + (BorderIndex(x + 1, w, ombBorderReplicate) - x) * C;
   if constexpr (std::is_same<T, float>::value) {
     *even = (s[l] + s[r]) + s[e] * 6.0f;
     *odd = (s[e] + s[r]) * 4.0f;

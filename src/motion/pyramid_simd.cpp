@@ -1,8 +1,8 @@
 // Fixed 5x5 Gaussian pyramid operators, vectorised.
 //
 // Work buffer (sized by PyrDownBufferBytes / PyrUpBufferBytes, the
-// GetBufSize formulas). Its start is rounded up to 16 bytes (the +32 slack)
-// and it is cut into rows of R = roundup16(4 x C x w) bytes (reduction, six
+// GetBufSize formulas, carved by PyrRows). Its start is rounded up to 16
+// bytes (the +32 slack) and it is cut into rows of R = roundup16(4 x C x w) bytes (reduction, six
 // rows) or R = roundup16(8 x C x w) bytes (expansion, three rows).
 //
 // Reduction. Rows 0-4 are a ring of horizontally filtered source rows: source
@@ -45,6 +45,8 @@
 #include <cstring>
 #include <type_traits>
 
+#include "frame/border.hpp"
+#include "frame/carve.hpp"
 #include "frame/image.hpp"
 #include "motion/pyramid.hpp"
 #include "motion/pyramid_ref.hpp"
@@ -400,11 +402,6 @@ void VUpRow(const AccOf<T>* const (*rows)[2], int w, int C, T* out) {
 
 // ---- Images --------------------------------------------------------------------
 
-inline std::uint8_t* Align16(std::uint8_t* p) {
-  const auto a = reinterpret_cast<std::uintptr_t>(p);
-  return p + ((16 - a % 16) % 16);
-}
-
 template <class T>
 void PyrDownTyped(const PyrJob& job) {
   using Acc = AccOf<T>;
@@ -412,8 +409,10 @@ void PyrDownTyped(const PyrJob& job) {
   const int dw = (w + 1) / 2, dh = (h + 1) / 2;
   const Plane<const T> src{static_cast<const T*>(job.src), job.src_step};
   const Plane<T> dst{static_cast<T*>(job.dst), job.dst_step};
-  std::uint8_t* base = Align16(job.buffer);
-  const std::size_t slot = static_cast<std::size_t>(PyrRowBytes(4 * std::int64_t{C} * w));
+  Carver carver(job.buffer, 16);
+  std::int64_t pitch = 0;
+  std::uint8_t* const base = PyrRows(carver, true, w, C, &pitch);
+  const auto slot = static_cast<std::size_t>(pitch);
   Acc* ring[5];
   for (int i = 0; i < 5; ++i) ring[i] = reinterpret_cast<Acc*>(base + slot * i);
   T* planes = reinterpret_cast<T*>(base + slot * 5);
@@ -454,8 +453,10 @@ void PyrUpTyped(const PyrJob& job) {
   const int w = job.roi.width, h = job.roi.height, C = job.channels;
   const Plane<const T> src{static_cast<const T*>(job.src), job.src_step};
   const Plane<T> dst{static_cast<T*>(job.dst), job.dst_step};
-  std::uint8_t* base = Align16(job.buffer);
-  const std::size_t slot = static_cast<std::size_t>(PyrRowBytes(8 * std::int64_t{C} * w));
+  Carver carver(job.buffer, 16);
+  std::int64_t pitch = 0;
+  std::uint8_t* const base = PyrRows(carver, false, w, C, &pitch);
+  const auto slot = static_cast<std::size_t>(pitch);
   const std::size_t len = static_cast<std::size_t>(C) * w;
   Acc* ring[3][2];
   for (int i = 0; i < 3; ++i) {
@@ -476,8 +477,8 @@ void PyrUpTyped(const PyrJob& job) {
   filter(1);
   for (int y = 0; y < h; ++y) {
     if (y + 1 < h && y >= 1) filter(y + 1);
-    const int im = y == 0 ? 1 : y - 1;
-    const int ip = std::min(y + 1, h - 1);
+    const int im = BorderIndex(y - 1, h, ombBorderMirror);
+    const int ip = BorderIndex(y + 1, h, ombBorderReplicate);
     const Acc* const rows[3][2] = {{ring[im % 3][0], ring[im % 3][1]},
                                    {ring[y % 3][0], ring[y % 3][1]},
                                    {ring[ip % 3][0], ring[ip % 3][1]}};

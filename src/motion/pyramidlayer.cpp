@@ -19,7 +19,9 @@
 #include <cstdint>
 
 #include "frame/alloc.hpp"
+#include "frame/border.hpp"
 #include "frame/check.hpp"
+#include "motion/pyramid.hpp"
 #include "motion/pyramidlayer_ref.hpp"
 #include "ombcv.h"
 
@@ -173,7 +175,8 @@ OmbResult LayerDown(const T* pSrc, int srcStep, OmbRoiSize src, T* pDst, int dst
       st != ombResultOk)
     return st;
   OmbRoiSize want{0, 0};
-  if (ombiGetPyramidDownROI(src, &want, s->rate) != ombResultOk || want.width != dst.width ||
+  // The checks above leave the size query nothing to refuse.
+  if (PyramidDownRoi(src, s->rate, &want) != ombResultOk || want.width != dst.width ||
       want.height != dst.height)
     return ombResultBadSize;
 
@@ -229,7 +232,7 @@ OmbResult LayerUp(const T* pSrc, int srcStep, OmbRoiSize src, T* pDst, int dstSt
       st != ombResultOk)
     return st;
   OmbRoiSize lo{0, 0}, hi{0, 0};
-  if (ombiGetPyramidUpROI(src, &lo, &hi, s->rate) != ombResultOk || dst.width < lo.width ||
+  if (PyramidUpRoi(src, s->rate, &lo, &hi) != ombResultOk || dst.width < lo.width ||
       dst.width > hi.width || dst.height < lo.height || dst.height > hi.height)
     return ombResultBadSize;
 
@@ -248,10 +251,10 @@ OmbResult LayerUp(const T* pSrc, int srcStep, OmbRoiSize src, T* pDst, int dstSt
   auto* e_img = static_cast<T*>(ext.p);
   const auto* sbytes = reinterpret_cast<const std::uint8_t*>(pSrc);
   for (std::int64_t y = 0; y < eh; ++y) {
-    const int ys = layer::Clamp(static_cast<int>(y - c), 0, src.height - 1);
+    const int ys = BorderIndex(static_cast<int>(y - c), src.height, ombBorderReplicate);
     const std::uint8_t* srow = sbytes + static_cast<std::ptrdiff_t>(srcStep) * ys;
     for (std::int64_t x = 0; x < ew; ++x) {
-      const int xs = layer::Clamp(static_cast<int>(x - c), 0, src.width - 1);
+      const int xs = BorderIndex(static_cast<int>(x - c), src.width, ombBorderReplicate);
       for (int ch = 0; ch < C; ++ch)
         e_img[erow * y + x * C + ch] =
             layer::LoadAt<T>(srow, static_cast<std::int64_t>(xs) * C + ch);
