@@ -12,93 +12,57 @@
 #include <utility>
 
 #include "ombcv.h"
+#include "pixelwise/pixelwise_ref.hpp"
 
 namespace omb_test {
 namespace {
 
-// ---- Models: the plain arithmetic of one pixel ---------------------------
-
-Omb8u Diff(Omb8u a, Omb8u b) {  // sum of the two saturating differences
-  return static_cast<Omb8u>(std::max(a - b, 0) + std::max(b - a, 0));
-}
-Omb16u Diff(Omb16u a, Omb16u b) { return static_cast<Omb16u>(std::abs(a - b)); }
-float Diff(float a, float b) { return BitsFloat(FloatBits(a - b) & 0x7fffffffu); }
-
-// Masked integer products are formed in 32-bit integers (signed for 8s),
-// zeroed where the mask is 0 and only then converted to float.
-template <class T>
-float MaskedProduct(T a, T b, Omb8u m) {
-  if constexpr (std::is_floating_point_v<T>) {
-    return m ? a * b : 0.0f;
-  } else {
-    using W = std::conditional_t<std::is_signed_v<T>, std::int32_t, std::uint32_t>;
-    W product = static_cast<W>(a) * static_cast<W>(b);
-    if (!m) product = 0;
-    return static_cast<float>(product);
-  }
-}
-
-std::int32_t Key(float f) {
-  const auto b = static_cast<std::int32_t>(FloatBits(f));
-  return b ^ ((b >> 31) & 0x7fffffff);
-}
-
+// ---- Models: the plain per-pixel definitions beside the kernels ----------
 // Each operation takes the source pixels, the mask byte for masked forms,
-// the old output pixel and the parameters; every float step rounds alone.
+// the old output pixel and the parameters.
+
+namespace ref = omb::ref;
+
 struct DiffOp {
-  template <class T> T operator()(T a, T b, T, const double*) const { return Diff(a, b); }
+  template <class T> T operator()(T a, T b, T, const double*) const { return ref::AbsDiff(a, b); }
 };
 struct DiffConstOp {  // integer constants clamp to the pixel range
   template <class T> T operator()(T s, T, const double* p) const {
     if constexpr (std::is_integral_v<T>) {
-      return Diff(s, static_cast<T>(std::clamp<double>(p[0], 0, std::numeric_limits<T>::max())));
+      return ref::AbsDiff(s, static_cast<T>(std::clamp<double>(p[0], 0, std::numeric_limits<T>::max())));
     } else {
-      return Diff(s, static_cast<float>(p[0]));
+      return ref::AbsDiff(s, static_cast<float>(p[0]));
     }
   }
 };
 struct AddOp {
-  template <class T> float operator()(T s, float d, const double*) const { return d + static_cast<float>(s); }
-  template <class T> float operator()(T s, Omb8u m, float d, const double*) const {
-    return d + (m ? static_cast<float>(s) : 0.0f);
-  }
+  template <class T> float operator()(T s, float d, const double*) const { return ref::Add(d, s, true); }
+  template <class T> float operator()(T s, Omb8u m, float d, const double*) const { return ref::Add(d, s, m != 0); }
 };
 struct SquareOp {
-  template <class T> float operator()(T s, float d, const double*) const {
-    const float f = static_cast<float>(s);
-    return d + f * f;
-  }
+  template <class T> float operator()(T s, float d, const double*) const { return ref::AddSquare<false>(d, s, true); }
   template <class T> float operator()(T s, Omb8u m, float d, const double*) const {
-    return d + MaskedProduct(s, s, m);
+    return ref::AddSquare<true>(d, s, m != 0);
   }
 };
 struct ProductOp {
   template <class T> float operator()(T a, T b, float d, const double*) const {
-    return d + static_cast<float>(a) * static_cast<float>(b);
+    return ref::AddProduct<false>(d, a, b, true);
   }
   template <class T> float operator()(T a, T b, Omb8u m, float d, const double*) const {
-    return d + MaskedProduct(a, b, m);
+    return ref::AddProduct<true>(d, a, b, m != 0);
   }
 };
 struct WeightedOp {
   template <class T> float operator()(T s, float d, const double* p) const { return (*this)(s, 1, d, p); }
   template <class T> float operator()(T s, Omb8u m, float d, const double* p) const {
-    float t = static_cast<float>(s) - d;
-    t = t * (m ? static_cast<float>(p[0]) : 0.0f);
-    return d + t;
+    return ref::AddWeighted(d, s, static_cast<float>(p[0]), m != 0);
   }
 };
 struct HistoryOp {  // p = {timestamp, duration}
   template <class T> float operator()(T s, float mhi, const double* p) const {
     const float ts = static_cast<float>(p[0]);
-    const float theta = ts - static_cast<float>(p[1]);
-    if constexpr (std::is_floating_point_v<T>) {
-      if (s < 0.0f || s > 0.0f) return ts;
-      return mhi >= theta ? mhi : 0.0f;
-    } else {
-      if (s != 0) return ts;
-      return Key(mhi) < Key(theta) ? 0.0f : mhi;
-    }
+    return ref::MotionHistory(s, mhi, ts, ts - static_cast<float>(p[1]));
   }
 };
 

@@ -1,5 +1,5 @@
 // Every pixel-wise front, row by row of the table in fronts.cpp: argument
-// check order, bitwise agreement with the scalar model over many shapes on
+// check order, bitwise agreement with the plain per-pixel reference over many shapes on
 // every SIMD target, and at every thread count.
 #include <gtest/gtest.h>
 
@@ -20,10 +20,7 @@ std::vector<Shape> SweepShapes() {
   return v;
 }
 
-class Pixelwise : public ::testing::TestWithParam<std::size_t> {
- protected:
-  const PixFront& front() const { return PixelwiseFronts()[GetParam()]; }
-};
+using Pixelwise = FrontSuite<PixFront, PixelwiseFronts>;
 
 TEST_P(Pixelwise, ChecksArgumentsInOrder) { ExpectCheckOrder(front().arg); }
 
@@ -43,11 +40,7 @@ TEST_P(Pixelwise, MatchesModelAtEveryThreadCount) {
   });
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Pixelwise,
-                         ::testing::Range<std::size_t>(0, PixelwiseFronts().size()),
-                         [](const ::testing::TestParamInfo<std::size_t>& info) {
-                           return PixelwiseFronts()[info.param].arg.name;
-                         });
+INSTANTIATE_TEST_SUITE_P(All, Pixelwise, Pixelwise::All(), Pixelwise::Name);
 
 }  // namespace
 }  // namespace omb_test
