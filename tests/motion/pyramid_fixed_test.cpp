@@ -106,9 +106,14 @@ Img<T> Up(const Img<T>& s) {
   Img<T> d(2 * s.w, 2 * s.h);
   for (int x = 0; x < d.w; ++x)
     for (int y = 0; y < s.h; ++y) {
-      const auto h0 = hr.at(x, y), hm = hr.at(x, y == 0 ? 1 : y - 1), hp = hr.at(x, y == s.h - 1 ? y : y + 1);
-      d.at(x, 2 * y) = s.h == 1 ? ref::VUpOneRowAt<T>(h0) : ref::VUpEvenAt<T>(hm, h0, hp);
-      d.at(x, 2 * y + 1) = s.h == 1 ? ref::VUpOneRowAt<T>(h0) : ref::VUpOddAt<T>(h0, hp);
+      const auto h0 = hr.at(x, y);
+      if (s.h == 1) {
+        d.at(x, 0) = d.at(x, 1) = ref::VUpOneRowAt<T>(h0);
+        continue;
+      }
+      const auto hm = hr.at(x, y == 0 ? 1 : y - 1), hp = hr.at(x, y == s.h - 1 ? y : y + 1);
+      d.at(x, 2 * y) = ref::VUpEvenAt<T>(hm, h0, hp);
+      d.at(x, 2 * y + 1) = ref::VUpOddAt<T>(h0, hp);
     }
   return d;
 }
