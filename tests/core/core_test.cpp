@@ -9,6 +9,7 @@
 #include <string>
 
 #include "ombcv.h"
+#include "support/test_image.hpp"
 
 namespace {
 
@@ -22,6 +23,7 @@ TEST(Core, DefaultThreadCountIsOnlineProcessors) {
 TEST(Core, SetNumThreads) {
   int saved = 0;
   ASSERT_EQ(ombGetNumThreads(&saved), ombResultOk);
+  const omb_test::ScopedThreadCount restore(saved);
   for (int n : {3, 1, 40}) {
     int got = 0;
     ASSERT_EQ(ombSetNumThreads(n), ombResultOk);
@@ -37,7 +39,6 @@ TEST(Core, SetNumThreads) {
     EXPECT_EQ(threads_omp_of_n_omb, 40);
   }
   EXPECT_EQ(ombGetNumThreads(nullptr), ombResultNullPointer);
-  ombSetNumThreads(saved);
 }
 
 TEST(Core, ProcessorFacts) {

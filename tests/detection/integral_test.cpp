@@ -1,12 +1,9 @@
 // Integral tables and the rectangle statistics read from them: argument
 // check order (the rectangle is checked last and only by the upright
-// deviation forms), and bitwise agreement with plain models on every SIMD
-// target. Integer tables: exact 64-bit block sums taken modulo 2^32. Float
-// tables: the row's running sum (exact integer, or a double for double
-// square tables) converted, plus the element above. Tilted tables: the
-// recurrence over the two rows above, pixel pair first. Deviations follow
-// the listed steps on tables made by the table model, with offsets that
-// make the 32-bit tables wrap.
+// deviation forms), and bitwise agreement on every SIMD target with tables
+// made from the plain row definitions beside the kernels. Deviations follow
+// the listed steps on those tables, with offsets that make the 32-bit
+// tables wrap; direct sums over the pixels pin both.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,6 +15,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "detection/integral_ref.hpp"
 #include "ombcv.h"
 #include "support/arg_check.hpp"
 
@@ -29,57 +27,24 @@ T Wrap(std::int64_t v) {
   return static_cast<T>(static_cast<std::int32_t>(static_cast<std::uint32_t>(v)));
 }
 
-// Row-major table of (h + 1) x (w + 1) (upright) or (h + 2) x (w + 2).
+// Row-major table of (h + 1) x (w + 1) (upright) or (h + 2) x (w + 2), made
+// row by row with the plain row definitions beside the kernels; the
+// deviation test below pins them against direct sums.
 template <class T, bool kSquare>
 std::vector<T> IntegralModel(const TestImage<Omb8u>& src, int w, int h, T val, bool tilted) {
-  auto term = [&](int x, int y) -> std::int64_t {
-    const std::int64_t v = src.Get(x, y);
-    return kSquare ? v * v : v;
-  };
-  constexpr bool kInt = std::is_integral_v<T>;
-  if (!tilted) {
-    const int cols = w + 1;
-    std::vector<T> t(static_cast<std::size_t>(cols) * (h + 1), val);
-    std::vector<std::int64_t> block(t.size(), 0);  // exact sums of the top-left blocks
-    for (int r = 1; r <= h; ++r) {
-      std::int64_t run = 0;
-      double run_d = 0;
-      for (int c = 1; c <= w; ++c) {
-        const std::size_t k = static_cast<std::size_t>(r) * cols + c;
-        run += term(c - 1, r - 1);
-        run_d += static_cast<double>(term(c - 1, r - 1));
-        block[k] = block[k - cols] + run;
-        if constexpr (kInt) {
-          t[k] = Wrap<T>(val + block[k]);
-        } else if constexpr (std::is_same_v<T, double>) {
-          t[k] = run_d + t[k - cols];
-        } else {
-          t[k] = static_cast<T>(static_cast<std::int32_t>(run)) + t[k - cols];
-        }
-      }
+  const int e = tilted ? 2 : 1, cols = w + e;
+  std::vector<T> t(static_cast<std::size_t>(cols) * (h + e), val);
+  for (int r = e; r < h + e; ++r) {
+    T* out = &t[static_cast<std::size_t>(r) * cols];
+    const Omb8u* s = src.PixelBytes(0, r - e);
+    if (!tilted) {
+      omb::ref::RunOf<T> run = 0;
+      omb::ref::UprightRow<kSquare>(s, 0, w, out - cols, out, run);
+    } else {
+      out[0] = out[1 - cols];
+      omb::ref::TiltedRow<kSquare>(s, 1, w + 1, out - cols, out - 2 * cols, out);
+      out[w + 1] = out[w - cols];
     }
-    return t;
-  }
-  const int cols = w + 2;
-  std::vector<std::int64_t> e(static_cast<std::size_t>(cols) * (h + 2), val);
-  std::vector<T> t(e.size(), val);
-  for (int r = 2; r < h + 2; ++r) {
-    auto at = [&](int rr, int c) { return static_cast<std::size_t>(rr) * cols + c; };
-    e[at(r, 0)] = e[at(r - 1, 1)];
-    t[at(r, 0)] = t[at(r - 1, 1)];
-    for (int c = 1; c <= w; ++c) {
-      const std::int64_t pair = term(c - 1, r - 2) + term(c, r - 2);
-      e[at(r, c)] = pair + e[at(r - 1, c - 1)] - e[at(r - 2, c)] + e[at(r - 1, c + 1)];
-      if constexpr (!kInt) {
-        t[at(r, c)] = static_cast<T>(pair) + t[at(r - 1, c - 1)] - t[at(r - 2, c)] +
-                      t[at(r - 1, c + 1)];
-      }
-    }
-    e[at(r, w + 1)] = e[at(r - 1, w)];
-    t[at(r, w + 1)] = t[at(r - 1, w)];
-  }
-  if constexpr (kInt) {
-    for (std::size_t k = 0; k < t.size(); ++k) t[k] = Wrap<T>(e[k]);
   }
   return t;
 }
@@ -181,20 +146,7 @@ const std::vector<IntFront>& IntegralFronts() {
   return fronts;
 }
 
-// A suite over one table of fronts, its cases named after the fronts.
-template <class Front, const std::vector<Front>& (*kTable)()>
-class Suite : public ::testing::TestWithParam<std::size_t> {
- public:
-  static auto All() { return ::testing::Range<std::size_t>(0, kTable().size()); }
-  static std::string Name(const ::testing::TestParamInfo<std::size_t>& i) {
-    return kTable()[i.param].arg.name;
-  }
-
- protected:
-  const Front& front() const { return kTable()[GetParam()]; }
-};
-
-using Integral = Suite<IntFront, IntegralFronts>;
+using Integral = FrontSuite<IntFront, IntegralFronts>;
 
 TEST_P(Integral, ChecksArgumentsInOrder) { ExpectCheckOrder(front().arg); }
 
@@ -363,7 +315,7 @@ const std::vector<StdFront>& StdDevFronts() {
   return fronts;
 }
 
-using RectStdDev = Suite<StdFront, StdDevFronts>;
+using RectStdDev = FrontSuite<StdFront, StdDevFronts>;
 
 TEST_P(RectStdDev, ChecksArgumentsInOrder) { ExpectCheckOrder(front().arg); }
 

@@ -1,17 +1,82 @@
-// Canny edge detector against the plain model of canny_model.hpp: hand-made
-// plateaus and thresholds, tiny shapes, random images in padded and offset
-// layouts on every SIMD target, the buffer-size query and the check order.
+// Canny edge detector against the model below: hand-made plateaus and
+// thresholds, tiny shapes, random images in padded and offset layouts and
+// the camera photograph on every SIMD target, the buffer-size query and the
+// check order.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <functional>
+#include <string>
 #include <vector>
 
-#include "edges/canny_model.hpp"
+#include "edges/canny_ref.hpp"
 #include "ombcv.h"
 #include "support/arg_check.hpp"
 #include "support/test_image.hpp"
+
+// The Canny detector for the differential tests, built from the per-pixel
+// rules beside the kernel (magnitude, direction, suppression, seed) over a
+// whole framed magnitude image, with a simple flood over the candidates in
+// place of the library's stack and row bookkeeping. The hand-made shapes
+// below pin the rules themselves.
+namespace canny_model {
+
+// Edge bytes (0/255), width x height, row-major.
+template <class T>
+std::vector<std::uint8_t> Edges(const T* dx, int dx_step, const T* dy, int dy_step, int w, int h,
+                                float low, float high) {
+  namespace ref = omb::ref;
+  using M = ref::CannyMag<T>;
+  auto at = [](const T* p, int step, int x, int y) {
+    T v;
+    std::memcpy(&v, reinterpret_cast<const std::uint8_t*>(p) + std::ptrdiff_t(step) * y + x * int(sizeof(T)),
+                sizeof v);
+    return v;
+  };
+  const M lo = ref::CannyLow(low, static_cast<M*>(nullptr));
+  std::vector<M> mag(std::size_t(w + 2) * (h + 2), M(0));
+  auto row = [&](int y) { return &mag[std::size_t(y + 1) * (w + 2)]; };  // column x at x + 1
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) row(y)[x + 1] = ref::CannyMagnitude(at(dx, dx_step, x, y), at(dy, dy_step, x, y), lo);
+  std::vector<std::uint8_t> cand(std::size_t(w) * h, 0), out(std::size_t(w) * h, 0);
+  std::vector<int> todo;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      if (!ref::CannySurvives(row(y - 1), row(y), row(y + 1), x + 1, at(dx, dx_step, x, y), at(dy, dy_step, x, y)))
+        continue;
+      cand[std::size_t(y) * w + x] = 1;
+      if (ref::CannySeed(row(y)[x + 1], high)) {
+        out[std::size_t(y) * w + x] = 255;
+        todo.push_back(y * w + x);
+      }
+    }
+  while (!todo.empty()) {
+    const int p = todo.back();
+    todo.pop_back();
+    const int x = p % w, y = p / w;
+    for (int yy = y - 1; yy <= y + 1; ++yy)
+      for (int xx = x - 1; xx <= x + 1; ++xx) {
+        if (xx < 0 || yy < 0 || xx >= w || yy >= h) continue;
+        const std::size_t q = std::size_t(yy) * w + xx;
+        if (cand[q] && !out[q]) out[q] = 255, todo.push_back(int(q));
+      }
+  }
+  return out;
+}
+
+// The expected output image: the pre-call bytes with the cleared span (all
+// rows' full steps, the last row's width only) and the edges written.
+inline void Apply(omb_test::ImageBytes& want, const std::vector<std::uint8_t>& edges) {
+  const int w = want.Width(), h = want.Height();
+  std::memset(want.RoiBytes(), 0, std::size_t(want.Step()) * (h - 1) + w);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) *want.PixelBytes(x, y) = edges[std::size_t(y) * w + x];
+}
+
+}  // namespace canny_model
 
 namespace {
 
@@ -242,6 +307,85 @@ void CheckOrder(const char* name) {
 TEST(Canny, ChecksArgumentsInOrder) {
   CheckOrder<Omb16s>("ombiCanny_16s8u_C1R");
   CheckOrder<Omb32f>("ombiCanny_32f8u_C1R");
+}
+
+// ---- the camera photograph ----------------------------------------------------
+
+// Binary PGM (P5, maxval 255) into an 8-bit test image; no comments in
+// the header are expected beyond what the converter writes.
+TestImage<Omb8u> LoadPgm(const std::string& path) {
+  int w = 0, h = 0;
+  const std::vector<Omb8u> px = ReadPgm(path, &w, &h);
+  TestImage<Omb8u> img(std::max(w, 1), std::max(h, 1));
+  for (int y = 0; y < h; ++y)
+    std::memcpy(img.Roi() + std::size_t(img.Step()) * y, px.data() + std::size_t(w) * y, std::size_t(w));
+  img.Snapshot();
+  return img;
+}
+
+// dx from the row first difference (Vert), dy from the column one (Horiz).
+template <class S, class D, class SizeFn, class Fn>
+TestImage<D> Sobel(const TestImage<S>& src, SizeFn size_fn, Fn fn) {
+  TestImage<D> out(src.Width(), src.Height());
+  int bytes = 0;
+  EXPECT_EQ(size_fn(src.Size(), 33, &bytes), ombResultOk);
+  std::vector<Omb8u> buf(std::size_t(bytes) + 1);
+  EXPECT_EQ(fn(src.Roi(), src.Step(), out.Roi(), out.Step(), src.Size(), 33, ombBorderReplicate, S(0),
+               buf.data()),
+            ombResultOk);
+  out.Snapshot();
+  return out;
+}
+
+template <class T, class Fn>
+void Detect(const TestImage<T>& dx, const TestImage<T>& dy, Fn fn, float low, float high) {
+  SCOPED_TRACE(::testing::Message() << "thresholds " << low << "/" << high);
+  TestImage<Omb8u> dst(dx.Width(), dx.Height());
+  ImageBytes want(dst);
+  const auto edges = canny_model::Edges(dx.Roi(), dx.Step(), dy.Roi(), dy.Step(), dx.Width(),
+                                        dx.Height(), low, high);
+  canny_model::Apply(want, edges);
+  int bytes = 0;
+  ASSERT_EQ(ombiCannyGetSize(dst.Size(), &bytes), ombResultOk);
+  std::vector<Omb8u> buf(static_cast<std::size_t>(bytes));
+  ASSERT_EQ(fn(dx.Roi(), dx.Step(), dy.Roi(), dy.Step(), dst.Roi(), dst.Step(), dst.Size(), low, high,
+               buf.data()),
+            ombResultOk);
+  EXPECT_TRUE(SameBytes(dst, want));
+  // A photograph at these thresholds: edges are neither absent nor everywhere.
+  std::size_t n = 0;
+  for (auto e : edges) n += e != 0;
+  const double frac = double(n) / double(edges.size());
+  EXPECT_GT(frac, 0.02);
+  EXPECT_LT(frac, 0.25);
+}
+
+TEST(CannyPhoto, CameraMatchesModel) {
+  const TestImage<Omb8u> img = LoadPgm(std::string(OMB_TEST_DATA_DIR) + "/camera.pgm");
+  ASSERT_EQ(img.Width(), 512);
+  const auto dx = Sobel<Omb8u, Omb16s>(img, ombiFilterSobelVertGetBufferSize_8u16s_C1R,
+                                       ombiFilterSobelVertBorder_8u16s_C1R);
+  const auto dy = Sobel<Omb8u, Omb16s>(img, ombiFilterSobelHorizGetBufferSize_8u16s_C1R,
+                                       ombiFilterSobelHorizBorder_8u16s_C1R);
+  TestImage<Omb32f> img32(img.Width(), img.Height());
+  for (int y = 0; y < img.Height(); ++y)
+    for (int x = 0; x < img.Width(); ++x) img32.Set(x, y, float(img.Get(x, y)));
+  const auto fx = Sobel<Omb32f, Omb32f>(img32, ombiFilterSobelVertGetBufferSize_32f_C1R,
+                                        ombiFilterSobelVertBorder_32f_C1R);
+  const auto fy = Sobel<Omb32f, Omb32f>(img32, ombiFilterSobelHorizGetBufferSize_32f_C1R,
+                                        ombiFilterSobelHorizBorder_32f_C1R);
+  // dx must be the difference along a row: compare with a direct 3x3
+  // computation at an interior pixel, so that the pair cannot be swapped.
+  const int x0 = 200, y0 = 200;
+  const int direct = 2 * (img.Get(x0 + 1, y0) - img.Get(x0 - 1, y0)) + img.Get(x0 + 1, y0 - 1) -
+                     img.Get(x0 - 1, y0 - 1) + img.Get(x0 + 1, y0 + 1) - img.Get(x0 - 1, y0 + 1);
+  EXPECT_EQ(std::abs(int(dx.Get(x0, y0))), std::abs(direct));
+  ForEachSimdTarget([&] {
+    for (auto [lo, hi] : {std::pair{50.0f, 150.0f}, std::pair{100.0f, 300.0f}}) {
+      Detect(dx, dy, ombiCanny_16s8u_C1R, lo, hi);
+      Detect(fx, fy, ombiCanny_32f8u_C1R, lo, hi);
+    }
+  });
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// The gradient helpers against plain models, bit for bit on every SIMD
-// target. ombiGradientColorToGray_*: every norm and type, listed values,
+// The gradient helpers against the plain references beside the kernels,
+// bit for bit on every SIMD target. ombiGradientColorToGray_*: every norm and type, listed values,
 // random images with odd widths, padded steps and ROIs inside larger images
 // with guards, and the argument-check order. ombibFastArctan_32f: listed
 // directions, every quadrant, special floats and every tail length (any
@@ -17,6 +17,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "edges/gradient_ref.hpp"
 #include "ombcv.h"
 #include "support/arg_check.hpp"
 #include "support/test_image.hpp"
@@ -24,27 +25,12 @@
 namespace omb_test {
 namespace {
 
-int Model(int norm, Omb8u a, Omb8u b, Omb8u c) {
-  const int s = a + b + c, q = a * a + b * b + c * c;
-  if (norm == 0) return std::max({a, b, c});
-  if (norm == 1) return (s * 1365 + 2048) >> 12;
-  return static_cast<int>(std::sqrt(static_cast<float>(q) / 3.0f) + 0.5f);
-}
-int Model(int norm, Omb16u a, Omb16u b, Omb16u c) {
-  const long long s = 0LL + a + b + c;
-  const double q = double(a) * a + double(b) * b + double(c) * c;
-  if (norm == 0) return std::max({a, b, c});
-  if (norm == 1) return static_cast<int>((s * 5461 + 8192) >> 14);
-  return static_cast<int>(std::sqrt(q / 3.0) + 0.5);
-}
-// Channel 0 first; the maximum of magnitudes is NaN when any channel is.
-float Model(int norm, float a, float b, float c) {
-  const float fa = std::fabs(a), fb = std::fabs(b), fc = std::fabs(c);
-  if (norm == 0) {
-    return std::isnan(a) || std::isnan(b) || std::isnan(c) ? NAN : std::max({fa, fb, fc});
-  }
-  if (norm == 1) return (fa + fb) + fc;
-  return std::sqrt((a * a + b * b) + c * c);
+// The per-pixel references beside the kernels; the listed values below pin
+// them.
+template <class T>
+T Model(int norm, T a, T b, T c) {
+  return norm == 0 ? omb::ref::GradC(a, b, c)
+                   : norm == 1 ? omb::ref::GradL1(a, b, c) : omb::ref::GradL2(a, b, c);
 }
 
 // Bitwise equality; where the model gives NaN, any NaN will do.
@@ -183,22 +169,7 @@ const float kNaN = BitsFloat(0x7fc00000u);
 const float kInf = HUGE_VALF;
 const float kAtZero = -0.14050041f;
 
-// The reciprocal is the rounded 1/m with its low 11 mantissa bits cleared,
-// refined once as (r0 + r0) - ((m r0) r0); then t = min * r and the
-// quadratic in t, every step rounded on its own. NaN in gives NaN out.
-float ArctanModel(float y, float x) {
-  if (std::isnan(x) || std::isnan(y)) return kNaN;
-  const float ax = std::fabs(x), ay = std::fabs(y);
-  const float m = std::max(std::max(ax, ay), 1.0e-8f);
-  const float r0 = BitsFloat(FloatBits(1.0f / m) & 0xfffff800u);
-  const float r = (r0 + r0) - ((m * r0) * r0);
-  const float t = std::min(ax, ay) * r;
-  float p = ((-15.8131895f * t + 61.094196f) * t) - 0.14050041f;
-  if (ax < ay) p = 90.0f - p;
-  if (x < 0.0f) p = 180.0f - p;
-  if (y < 0.0f) p = 360.0f - p;
-  return p;
-}
+float ArctanModel(float y, float x) { return omb::ref::FastArctan(y, x); }
 
 // Calls the front on (y, x) into a guarded row, checks the guards and
 // returns the results.

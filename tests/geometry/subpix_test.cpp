@@ -1,10 +1,10 @@
-// ombiCopySubpix_* and ombiCopySubpixIntersect_* against plain models
-// written from the definitions (Q14 weights with their whole-unit rounding term,
-// the scale factor with negative shifts, the float weights and summation
-// order, the window geometry), on random images with padded, odd and
-// misaligned steps, on every SIMD target; hand-worked values; windows
-// crossing every side of the source and lying wholly outside it; and the
-// order of the argument checks.
+// ombiCopySubpix_* and ombiCopySubpixIntersect_* against the plain per-pixel
+// reference beside the kernels and a window-geometry model written here, on
+// random images with padded, odd and misaligned steps, on every SIMD target;
+// hand-worked values that pin the reference (Q14 weights with their
+// whole-unit rounding term, scale factors with negative shifts, the float
+// summation order); windows crossing every side of the source and lying
+// wholly outside it; and the order of the argument checks.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,87 +21,42 @@
 #include "ombcv.h"
 #include "support/arg_check.hpp"
 #include "support/test_image.hpp"
+#include "geometry/subpix_ref.hpp"
 
 namespace omb_test {
 namespace {
 
 // ---- model ------------------------------------------------------------------
+// The per-pixel arithmetic is the plain reference beside the kernels; the
+// hand-worked values below pin it. The window geometry is modelled here.
 
-// Fraction of a coordinate: c - trunc(c), plus 1 when negative, in float;
-// a non-finite coordinate has the fraction 0 (the library's reading).
-float Frac(float c) {
-  if (std::isnan(c) || std::isinf(c)) return 0.0f;
-  const float t = std::trunc(c);
-  float f = c - t;
-  if (f < 0.0f) f += 1.0f;
-  return f;
-}
+namespace ref = omb::ref;
 
-int Q14(float f) {
-  const float t = f * 16384.0f + 0.5f;
-  return static_cast<int>(std::trunc(t));
-}
-
-// The arithmetic of one member for given fractions and scale factor.
+// The weights of one member for given fractions and scale factor.
 struct Weights {
-  bool flt;
-  long long q[4];  // w00, w10, w01, w11 (Q14)
+  int q[4];
   float f[4];
-  long long shift;
-  double top;
+  int shift;
 };
 
-template <class D>
 Weights MakeWeights(float fx, float fy, int scale) {
   Weights w{};
-  w.flt = std::is_same_v<D, Omb32f>;
-  const float ux = 1.0f - fx, uy = 1.0f - fy;
-  w.f[0] = ux * uy;
-  w.f[1] = fx * uy;
-  w.f[2] = ux * fy;
-  w.f[3] = fx * fy;
-  const long long wx = Q14(fx), wy = Q14(fy), vx = 16384 - wx, vy = 16384 - wy;
-  // "+ 16384" is one whole unit of the Q14 result, not a half.
-  w.q[0] = (vx * vy + 16384) / 16384;
-  w.q[1] = (wx * vy + 16384) / 16384;
-  w.q[2] = (vx * wy + 16384) / 16384;
-  w.q[3] = (wx * wy + 16384) / 16384;
-  for (long long q : w.q) EXPECT_LE(q, 65535) << "weight kept to 16 bits";
-  w.shift = 14LL + scale;
-  w.top = sizeof(D) == 1 ? 255.0 : 65535.0;
+  ref::SubpixWeightsQ14(fx, fy, w.q);
+  ref::SubpixWeightsFloat(fx, fy, w.f);
+  w.shift = static_cast<int>(std::clamp<long long>(14LL + scale, -64, 64));
   return w;
 }
 
-float Value(Omb8u v) {
-  static const std::vector<float> table = [] {
-    std::vector<float> t(256);
-    for (int i = 0; i < 256; ++i) t[i] = static_cast<float>(i);
-    return t;
-  }();
-  return table[v];
-}
-float Value(Omb16u v) { return static_cast<float>(v); }
-float Value(Omb32f v) { return v; }
-
+// Destination pixel from the 2x2 samples at (x, y) .. (x + 1, y + 1).
 template <class S, class D>
-D ModelPixel(const Weights& w, S s00, S s10, S s01, S s11) {
+D ModelPixel(const Weights& w, const TestImage<S>& src, int x, int y) {
+  const void* r0 = src.PixelBytes(0, y);
+  const void* r1 = src.PixelBytes(0, y + 1);
   if constexpr (std::is_same_v<D, Omb32f>) {
-    float d = w.f[0] * Value(s00);
-    d = d + w.f[1] * Value(s10);
-    d = d + w.f[2] * Value(s01);
-    d = d + w.f[3] * Value(s11);
-    return d;
+    return ref::SubpixPixelFloat<S>(r0, r1, x, w.f);
   } else {
-    const long long s = w.q[0] * s00 + w.q[1] * s10 + w.q[2] * s01 + w.q[3] * s11;
-    double v;
-    if (w.shift > 0) {
-      // (s + 2^(shift-1)) >> shift, exactly (s < 2^31).
-      v = std::floor(std::ldexp(static_cast<double>(s),
-                                -static_cast<int>(std::min(w.shift, 100LL))) + 0.5);
-    } else {
-      v = std::ldexp(static_cast<double>(s), static_cast<int>(std::min(-w.shift, 100LL)));
-    }
-    return static_cast<D>(std::min(v, w.top));
+    return static_cast<D>(ref::SubpixRound(ref::SubpixSumQ14<S>(r0, r1, x, w.q), w.shift,
+                                           sizeof(D) == 1 ? 255u : 65535u));
   }
 }
 
@@ -145,7 +100,7 @@ Axis AxisModel(float c, int n, int len) {
   const float o = c - static_cast<float>(n - 1) * 0.5f;
   const float t = static_cast<float>(n) + o;
   a.i = TruncOrigin(t) - n;
-  a.frac = Frac(o - static_cast<float>(a.i));
+  a.frac = ref::SubpixFraction(o - static_cast<float>(a.i));
   long long lo = a.i < 0 ? -a.i : 0;
   if (lo > n) lo = n;
   long long hi = (a.i + n - 1 > len - 2) ? len - 2 - a.i : n - 1;
@@ -268,11 +223,10 @@ void CheckCopy(const CopyFn<S, D>& fn, int scale, Rng& rng) {
       SCOPED_TRACE(::testing::Message() << r.width << "x" << r.height << " dx " << dx
                                         << " dy " << dy << " scale " << scale);
       ASSERT_EQ(fn(src.Roi(), src.Step(), dst.Roi(), dst.Step(), r, dx, dy, scale), ombResultOk);
-      const Weights w = MakeWeights<D>(Frac(dx), Frac(dy), scale);
+      const Weights w = MakeWeights(ref::SubpixFraction(dx), ref::SubpixFraction(dy), scale);
       for (int y = 0; y < r.height; ++y) {
         for (int x = 0; x < r.width; ++x) {
-          const D want = ModelPixel<S, D>(w, src.Get(x, y), src.Get(x + 1, y),
-                                          src.Get(x, y + 1), src.Get(x + 1, y + 1));
+          const D want = ModelPixel<S, D>(w, src, x, y);
           const D got = dst.Get(x, y);
           ASSERT_TRUE(Same(got, want)) << "pixel (" << x << ", " << y << "): got " << Show(got)
                                        << ", want " << Show(want);
@@ -369,15 +323,14 @@ void CheckIntersectOne(const IsectFn<S, D>& fn, int scale, const TestImage<S>& s
   ASSERT_EQ(mx.x, ax.hi);
   ASSERT_EQ(mn.y, ay.lo);
   ASSERT_EQ(mx.y, ay.hi);
-  const Weights w = MakeWeights<D>(ax.frac, ay.frac, scale);
+  const Weights w = MakeWeights(ax.frac, ay.frac, scale);
   for (int y = 0; y < win.height; ++y) {
     for (int x = 0; x < win.width; ++x) {
       const D got = dst.Get(x, y);
       if (x >= ax.lo && x <= ax.hi && y >= ay.lo && y <= ay.hi) {
         const int sx = static_cast<int>(ax.i + x), sy = static_cast<int>(ay.i + y);
         ASSERT_TRUE(sx >= 0 && sx + 1 < src.Width() && sy >= 0 && sy + 1 < src.Height());
-        const D want = ModelPixel<S, D>(w, src.Get(sx, sy), src.Get(sx + 1, sy),
-                                        src.Get(sx, sy + 1), src.Get(sx + 1, sy + 1));
+        const D want = ModelPixel<S, D>(w, src, sx, sy);
         ASSERT_TRUE(Same(got, want)) << "pixel (" << x << ", " << y << "): got " << Show(got)
                                      << ", want " << Show(want);
       } else {

@@ -1,5 +1,5 @@
-// Fixed 5x5 reduction and expansion: every front against the plain models
-// of pyramid_model.hpp (every size from 1 to 40 in one dimension against a
+// Fixed 5x5 reduction and expansion: every front against whole planes built
+// from the element rules beside the kernels (every size from 1 to 40 in one dimension against a
 // sample of the other, wider rows that reach the vector paths of every
 // target, photograph-sized images, padded and offset layouts, exact-size
 // work buffers at every alignment), hand-computed edge values, the
@@ -12,7 +12,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "motion/pyramid_model.hpp"
+#include "motion/pyramid_ref.hpp"
 #include "ombcv.h"
 #include "support/arg_check.hpp"
 #include "support/test_image.hpp"
@@ -68,10 +68,60 @@ struct WorkBuffer : GuardedBuffer {
       : GuardedBuffer(Size(down, width, type, channels), shift) {}
 };
 
-// Channel c of an interleaved test image as a model plane.
+// One channel of an image, row-major.
 template <class T>
-pyr_model::Img<T> PlaneOf(const TestImage<T>& img, int C, int c) {
-  pyr_model::Img<T> p(img.Width() / C, img.Height());
+struct Img {
+  int w = 0, h = 0;
+  std::vector<T> v;
+  Img(int w_, int h_) : w(w_), h(h_), v(std::size_t(w_) * h_) {}
+  T& at(int x, int y) { return v[std::size_t(y) * w + x]; }
+  T at(int x, int y) const { return v[std::size_t(y) * w + x]; }
+};
+
+// The reduction and expansion of one plane, assembled from the element
+// rules (the hand-computed edge values below pin those rules).
+template <class T>
+Img<T> Down(const Img<T>& s) {
+  namespace ref = omb::ref;
+  Img<typename ref::PyrAcc<T>::type> hr((s.w + 1) / 2, s.h);
+  for (int y = 0; y < s.h; ++y)
+    for (int x = 0; x < hr.w; ++x) hr.at(x, y) = ref::HDownAt(&s.v[std::size_t(y) * s.w], s.w, x);
+  Img<T> d(hr.w, (s.h + 1) / 2);
+  for (int x = 0; x < d.w; ++x)
+    for (int y = 0; y < d.h; ++y) {
+      auto r = [&](int i) { return hr.at(x, ref::MirrorDown(2 * y + i, s.h)); };
+      d.at(x, y) = s.h <= 2 ? ref::VDownOneRowAt<T>(hr.at(x, 0), hr.at(x, s.h - 1))
+                            : ref::VDownAt<T>(r(-2), r(-1), r(0), r(1), r(2));
+    }
+  return d;
+}
+
+template <class T>
+Img<T> Up(const Img<T>& s) {
+  namespace ref = omb::ref;
+  Img<typename ref::PyrAcc<T>::type> hr(2 * s.w, s.h);
+  for (int y = 0; y < s.h; ++y)
+    for (int x = 0; x < s.w; ++x)
+      ref::HUpAt(&s.v[std::size_t(y) * s.w], s.w, 1, x, &hr.at(2 * x, y), &hr.at(2 * x + 1, y));
+  Img<T> d(2 * s.w, 2 * s.h);
+  for (int x = 0; x < d.w; ++x)
+    for (int y = 0; y < s.h; ++y) {
+      const auto h0 = hr.at(x, y);
+      if (s.h == 1) {
+        d.at(x, 0) = d.at(x, 1) = ref::VUpOneRowAt<T>(h0);
+        continue;
+      }
+      const auto hm = hr.at(x, y == 0 ? 1 : y - 1), hp = hr.at(x, y == s.h - 1 ? y : y + 1);
+      d.at(x, 2 * y) = ref::VUpEvenAt<T>(hm, h0, hp);
+      d.at(x, 2 * y + 1) = ref::VUpOddAt<T>(h0, hp);
+    }
+  return d;
+}
+
+// Channel c of an interleaved test image as a plane.
+template <class T>
+Img<T> PlaneOf(const TestImage<T>& img, int C, int c) {
+  Img<T> p(img.Width() / C, img.Height());
   for (int y = 0; y < p.h; ++y)
     for (int x = 0; x < p.w; ++x) p.at(x, y) = img.Get(x * C + c, y);
   return p;
@@ -88,7 +138,7 @@ void RunCase(bool down, int C, int w, int h, Rng& rng, const Layout& ls, const L
   TestImage<T> dst(C * dw, dh, ld);
   TestImage<T> want(dst);
   for (int c = 0; c < C; ++c) {
-    const pyr_model::Img<T> m = down ? pyr_model::Down(PlaneOf(src, C, c)) : pyr_model::Up(PlaneOf(src, C, c));
+    const Img<T> m = down ? Down(PlaneOf(src, C, c)) : Up(PlaneOf(src, C, c));
     for (int y = 0; y < dh; ++y)
       for (int x = 0; x < dw; ++x) want.Set(x * C + c, y, m.at(x, y));
   }

@@ -194,24 +194,44 @@ void FillRandom(ImageBytes& img, Rng& rng, double special,
   return ::testing::AssertionSuccess();
 }
 
+ScopedThreadCount::ScopedThreadCount(int n) {
+  ombGetNumThreads(&saved_);
+  ombSetNumThreads(n);
+}
+ScopedThreadCount::~ScopedThreadCount() { ombSetNumThreads(saved_); }
+
+ScopedSimdTarget::ScopedSimdTarget(std::int64_t target) {
+  hwy::SetSupportedTargetsForTest(target);
+}
+ScopedSimdTarget::~ScopedSimdTarget() { hwy::SetSupportedTargetsForTest(0); }
+
 void ForEachThreadCount(const std::function<void(int)>& fn) {
-  int saved = 1;
-  ombGetNumThreads(&saved);
   for (int n : kThreadCounts) {
-    ombSetNumThreads(n);
+    const ScopedThreadCount threads(n);
     SCOPED_TRACE(::testing::Message() << "thread count " << n);
     fn(n);
   }
-  ombSetNumThreads(saved);
 }
 
 void ForEachSimdTarget(const std::function<void()>& fn) {
   for (std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-    hwy::SetSupportedTargetsForTest(target);
+    const ScopedSimdTarget pin(target);
     SCOPED_TRACE(::testing::Message() << "SIMD target " << hwy::TargetName(target));
     fn();
   }
-  hwy::SetSupportedTargetsForTest(0);
+}
+
+int BorderModel(int i, int n, int border) {
+  while (i < 0 || i >= n) {
+    switch (border) {
+      case ombBorderConstant: return -1;
+      case ombBorderReplicate: i = i < 0 ? 0 : n - 1; break;
+      case ombBorderWrap: i = i < 0 ? i + n : i - n; break;
+      case ombBorderMirror: i = n == 1 ? 0 : i < 0 ? -i : 2 * (n - 1) - i; break;
+      default: i = i < 0 ? -1 - i : 2 * n - 1 - i; break;  // mirror with edge
+    }
+  }
+  return i;
 }
 
 GuardedBuffer::GuardedBuffer(int size, int shift)

@@ -116,14 +116,62 @@ void FillRandom(ImageBytes& img, Rng& rng, double special,
 std::uint32_t FloatBits(float f);
 float BitsFloat(std::uint32_t u);
 
-// Runs fn(n) with the library thread count set to each of these, then
-// restores the count that was set before.
+// Sets the library thread count (or the SIMD target the dispatch may pick,
+// 0 for every supported one) for one scope and puts back what was there
+// before on every way out, a failed assertion included.
+class ScopedThreadCount {
+ public:
+  explicit ScopedThreadCount(int n);
+  ~ScopedThreadCount();
+  ScopedThreadCount(const ScopedThreadCount&) = delete;
+  ScopedThreadCount& operator=(const ScopedThreadCount&) = delete;
+
+ private:
+  int saved_ = 1;
+};
+class ScopedSimdTarget {
+ public:
+  explicit ScopedSimdTarget(std::int64_t target);
+  ~ScopedSimdTarget();
+  ScopedSimdTarget(const ScopedSimdTarget&) = delete;
+  ScopedSimdTarget& operator=(const ScopedSimdTarget&) = delete;
+};
+
+// Runs fn(n) with the library thread count set to each of these.
 inline constexpr int kThreadCounts[] = {1, 2, 3, 17, 40};
 void ForEachThreadCount(const std::function<void(int)>& fn);
 
 // Runs fn once for every SIMD target that this machine supports and
 // the library was built for, forcing run-time dispatch onto it.
 void ForEachSimdTarget(const std::function<void()>& fn);
+
+// The border rule written as its definition: one reflection or wrap at a
+// time, repeated until position i of a line of n pixels lands inside.
+// Returns the pixel read, or -1 for the constant border.
+int BorderModel(int i, int n, int border);
+
+// A value-parameterised suite over one table of fronts (anything with a
+// `name`, or an `arg.name`), each case named after its front:
+//   using Pass = FrontSuite<PassFront, Fronts>;
+//   TEST_P(Pass, ...) { front() ... }
+//   INSTANTIATE_TEST_SUITE_P(All, Pass, Pass::All(), Pass::Name);
+template <class Front, const std::vector<Front>& (*kTable)()>
+class FrontSuite : public ::testing::TestWithParam<std::size_t> {
+ public:
+  static auto All() { return ::testing::Range<std::size_t>(0, kTable().size()); }
+  static std::string Name(const ::testing::TestParamInfo<std::size_t>& i) {
+    return NameOf(kTable()[i.param], 0);
+  }
+
+ protected:
+  const Front& front() const { return kTable()[GetParam()]; }
+
+ private:
+  template <class F>
+  static auto NameOf(const F& f, int) -> decltype(f.name) { return f.name; }
+  template <class F>
+  static auto NameOf(const F& f, long) -> decltype(f.arg.name) { return f.arg.name; }
+};
 
 // A work buffer of exactly `size` bytes starting `shift` bytes past a 32-byte
 // boundary, filled with stale bytes, with guard bytes on both sides.
