@@ -125,7 +125,7 @@ void CheckTree(const XmlNode& at, const CascadeWeak& weak) {
   std::vector<int> node_refs(n, 0), leaf_refs(n + 1, 0);
   for (int i = 0; i < n; ++i) {
     for (const int child : {weak.nodes[i].left, weak.nodes[i].right}) {
-      if (child > 0 && child > i && child < n) {
+      if (child > i && child < n) {  // a later node (i >= 0, so above 0)
         node_refs[child]++;
       } else if (child <= 0 && -child <= n) {
         leaf_refs[-child]++;
